@@ -1,0 +1,311 @@
+// The engine's view of the host: Win32 and C runtime names over POSIX.
+//
+// Engine code is written against the ANSI Win32 file interface and a few C
+// runtime extras. This header declares those names with the outcomes that
+// the engine relies on; src/platform/ implements them on Linux. It is the
+// only code that touches the host file system: no other directory calls
+// open, stat, readdir, chdir or fopen on an engine path.
+//
+// Contents:
+//   1. Types and constants (DWORD, FILETIME, WIN32_FIND_DATA, error codes, ...)
+//   2. Errors: GetLastError / SetLastError
+//   3. Enumeration: FindFirstFileA / FindNextFileA / FindClose
+//   4. Attributes, paths, directories
+//   5. Files: copy, delete, handles, times
+//   6. Text services: lstrcmpiA, FormatMessageA, LocalFree
+//   7. Profiles: GetPrivateProfileStringA
+//   8. C runtime extras: _stricmp, _splitpath, _access, _stat, ...
+//   9. Streams: kvFopen, the one way to open an engine path as a FILE*
+//  10. Engine helpers: path conversion and the trace output (exported)
+//
+// Engine paths are Windows-style (see docs/platform.md): a drive letter on
+// every absolute path, Z: being the host root and KVENG_DRIVES mapping more
+// letters; every component is resolved without regard to case.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "kv_export.h"
+
+// ---------------------------------------------------------------------------
+// 1. Types and constants
+// ---------------------------------------------------------------------------
+
+typedef uint32_t DWORD;
+typedef uint16_t WORD;
+typedef uint8_t BYTE;
+typedef int BOOL;
+typedef unsigned int UINT;
+typedef void* HANDLE;
+typedef void* HMODULE;
+typedef void* HINSTANCE;
+typedef const char* LPCSTR;
+typedef char* LPSTR;
+
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
+#endif
+
+#define MAX_PATH 260
+
+#define INVALID_HANDLE_VALUE ((HANDLE)(intptr_t)-1)
+#define INVALID_FILE_ATTRIBUTES ((DWORD)0xFFFFFFFF)
+
+#define FILE_ATTRIBUTE_READONLY 0x00000001
+#define FILE_ATTRIBUTE_HIDDEN 0x00000002
+#define FILE_ATTRIBUTE_SYSTEM 0x00000004
+#define FILE_ATTRIBUTE_DIRECTORY 0x00000010
+#define FILE_ATTRIBUTE_ARCHIVE 0x00000020
+#define FILE_ATTRIBUTE_NORMAL 0x00000080
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x00000400
+
+// Win32 error codes that the engine tests or reports.
+#define ERROR_SUCCESS 0
+#define ERROR_FILE_NOT_FOUND 2
+#define ERROR_PATH_NOT_FOUND 3
+#define ERROR_TOO_MANY_OPEN_FILES 4
+#define ERROR_ACCESS_DENIED 5
+#define ERROR_INVALID_HANDLE 6
+#define ERROR_NOT_ENOUGH_MEMORY 8
+#define ERROR_NO_MORE_FILES 18
+#define ERROR_WRITE_FAULT 29
+#define ERROR_READ_FAULT 30
+#define ERROR_SHARING_VIOLATION 32
+#define ERROR_HANDLE_DISK_FULL 39
+#define ERROR_FILE_EXISTS 80
+#define ERROR_INVALID_PARAMETER 87
+#define ERROR_DISK_FULL 112
+#define ERROR_INSUFFICIENT_BUFFER 122
+#define ERROR_INVALID_NAME 123
+#define ERROR_DIR_NOT_EMPTY 145
+#define ERROR_ALREADY_EXISTS 183
+#define ERROR_FILENAME_EXCED_RANGE 206
+#define ERROR_DIRECTORY 267
+
+// CreateFileA
+#define GENERIC_READ 0x80000000u
+#define GENERIC_WRITE 0x40000000u
+#define CREATE_NEW 1
+#define CREATE_ALWAYS 2
+#define OPEN_EXISTING 3
+#define OPEN_ALWAYS 4
+#define TRUNCATE_EXISTING 5
+#define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
+
+// FormatMessageA
+#define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100
+#define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
+#define FORMAT_MESSAGE_FROM_STRING 0x00000400
+#define FORMAT_MESSAGE_ARGUMENT_ARRAY 0x00002000
+
+// 100-nanosecond units since 1 January 1601 UTC, in two halves.
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
+struct SYSTEMTIME {
+    WORD wYear;
+    WORD wMonth;
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+};
+
+// The find record of a directory entry. cFileName is the name as the file
+// system spells it; the size is split into two 32-bit halves.
+struct WIN32_FIND_DATAA {
+    DWORD dwFileAttributes;
+    FILETIME ftCreationTime;
+    FILETIME ftLastAccessTime;
+    FILETIME ftLastWriteTime;
+    DWORD nFileSizeHigh;
+    DWORD nFileSizeLow;
+    DWORD dwReserved0;
+    DWORD dwReserved1;
+    char cFileName[MAX_PATH];
+    char cAlternateFileName[14];
+};
+typedef WIN32_FIND_DATAA WIN32_FIND_DATA;
+
+// ---------------------------------------------------------------------------
+// 2. Errors
+// ---------------------------------------------------------------------------
+
+// The Win32 code of the last failing call of this layer (per process: the
+// engine has no threads). Calls that succeed may leave it as it was.
+DWORD GetLastError();
+void SetLastError(DWORD code);
+
+// ---------------------------------------------------------------------------
+// 3. Enumeration
+// ---------------------------------------------------------------------------
+
+// pattern: a directory followed by a last component that may hold the
+// wildcards * and ?, matched without regard to case ("*.*" also matches names
+// without a dot), or a plain path, which finds that one entry with its name
+// as spelled on disk. A directory listing gives "." and ".." first, then the
+// entries sorted by name without regard to case. Returns INVALID_HANDLE_VALUE
+// and sets the last error (2 when nothing matches in an existing directory,
+// 3 when the directory is missing) on failure.
+HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data);
+// FALSE with last error 18 at the end of the listing.
+BOOL FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data);
+BOOL FindClose(HANDLE find);
+
+// ---------------------------------------------------------------------------
+// 4. Attributes, paths, directories
+// ---------------------------------------------------------------------------
+
+// INVALID_FILE_ATTRIBUTES if the path is not there.
+DWORD GetFileAttributesA(const char* path);
+// Only the read-only bit has an effect (it maps onto the write permissions).
+BOOL SetFileAttributesA(const char* path, DWORD attributes);
+// Absolute engine form of path against the current directory, with "." and
+// ".." resolved. Returns the length written, or the size needed (with the
+// NUL) if the buffer is too small, or 0 on failure. filePart, if not null,
+// receives a pointer to the last component inside buffer.
+DWORD GetFullPathNameA(const char* path, DWORD size, char* buffer, char** filePart);
+// The host has no short names: the path itself, if it exists; 0 if not.
+DWORD GetShortPathNameA(const char* longPath, char* shortPath, DWORD size);
+// Creates one level, with the spelling given. Fails with 183 if it exists,
+// 3 if the parent is missing.
+BOOL CreateDirectoryA(const char* path, void* securityAttributes);
+BOOL RemoveDirectoryA(const char* path);
+// Engine form of the process's current directory (drive letter, backslashes,
+// no trailing backslash except at a drive root).
+DWORD GetCurrentDirectoryA(DWORD size, char* buffer);
+BOOL SetCurrentDirectoryA(const char* path);
+// $TMPDIR, else /tmp, in engine form with a trailing backslash.
+DWORD GetTempPathA(DWORD size, char* buffer);
+// path + "\" + prefix (at most 3 characters) + unique in hex + ".TMP".
+// With unique 0 a free name is searched and the file created; with any other
+// number the name is only built.
+UINT GetTempFileNameA(const char* path, const char* prefix, UINT unique, char* tempFileName);
+
+// ---------------------------------------------------------------------------
+// 5. Files
+// ---------------------------------------------------------------------------
+
+// Copies content, permission bits and last write time. Fails (80) if
+// failIfExists and the target exists, and (5) if the target is read-only.
+// Never leaves a half-written target in place of a good one.
+BOOL CopyFileA(const char* existing, const char* target, BOOL failIfExists);
+// Fails with 5 on a read-only file or a directory, as on Windows.
+BOOL DeleteFileA(const char* path);
+// Renames within or across directories (same file system or not).
+BOOL MoveFileA(const char* existing, const char* target);
+
+// Enough of CreateFileA for what the engine does with handles: open an
+// existing file (or directory, with FILE_FLAG_BACKUP_SEMANTICS) to set its
+// times, or create one.
+HANDLE CreateFileA(const char* path, DWORD access, DWORD shareMode, void* securityAttributes,
+                   DWORD creationDisposition, DWORD flags, HANDLE templateFile);
+// Any of the three may be null; only the last write time reaches the host.
+BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess,
+                 const FILETIME* lastWrite);
+BOOL CloseHandle(HANDLE handle);
+// UTC to local time by the host time zone.
+BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local);
+BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* system);
+
+// ---------------------------------------------------------------------------
+// 6. Text services
+// ---------------------------------------------------------------------------
+
+// Ordering comparison without regard to case (<0, 0, >0).
+int lstrcmpiA(const char* a, const char* b);
+// Positional %1 to %9 substitution from an array of strings. With
+// FORMAT_MESSAGE_ALLOCATE_BUFFER, *(char**)buffer receives a block that the
+// caller frees with LocalFree. Returns the length of the result, 0 on failure.
+DWORD FormatMessageA(DWORD flags, const void* source, DWORD messageId, DWORD languageId,
+                     char* buffer, DWORD size, const char* const* arguments);
+void* LocalFree(void* memory);
+
+// ---------------------------------------------------------------------------
+// 7. Profiles
+// ---------------------------------------------------------------------------
+
+// Windows rules: sections and keys without regard to case, values trimmed,
+// one pair of surrounding quotes removed; a null section lists the sections,
+// a null key the keys of a section, each NUL-terminated and the list ended
+// by a second NUL; results cut to the buffer. Returns the number of
+// characters copied without the final NUL. A bare file name is looked up in
+// $KVENG_WINDIR, else $XDG_CONFIG_HOME/kelvault, else ~/.config/kelvault.
+DWORD GetPrivateProfileStringA(const char* section, const char* key, const char* defaultText,
+                               char* buffer, DWORD size, const char* fileName);
+
+// ---------------------------------------------------------------------------
+// 8. C runtime extras
+// ---------------------------------------------------------------------------
+
+#define _MAX_DRIVE 3
+#define _MAX_DIR 256
+#define _MAX_FNAME 256
+#define _MAX_EXT 256
+
+#define _S_IFDIR 0040000
+#define _S_IFREG 0100000
+#define _S_IREAD 0000400
+#define _S_IWRITE 0000200
+
+struct _stat {
+    unsigned int st_dev;
+    unsigned short st_ino;
+    unsigned short st_mode;
+    short st_nlink;
+    short st_uid;
+    short st_gid;
+    unsigned int st_rdev;
+    int64_t st_size;
+    int64_t st_atime;
+    int64_t st_mtime;
+    int64_t st_ctime;
+};
+
+int _stricmp(const char* a, const char* b);
+int _strcmpi(const char* a, const char* b);
+int _strnicmp(const char* a, const char* b, size_t count);
+char* _strlwr(char* text);
+// Any of the outputs may be null. Separators are "\" and "/".
+void _splitpath(const char* path, char* drive, char* dir, char* fname, char* ext);
+// mode 0 exists, 2 writable, 4 readable, 6 both. 0 on success, -1 with errno.
+int _access(const char* path, int mode);
+int _stat(const char* path, struct _stat* buffer);
+int _unlink(const char* path);
+
+// ---------------------------------------------------------------------------
+// 9. Streams
+// ---------------------------------------------------------------------------
+
+// fopen of an engine path, with the fopen modes the engine uses ("r", "rt",
+// "rb", "w", "wt", "wb", "wb+", "a", ...). Text mode ("r", "rt") reads CR LF
+// as LF, as Windows text mode does; ftell and fseek on a binary stream are
+// byte offsets of the file. Text mode writes line feeds as they are. Every
+// read and write goes through the host call table, so that tests can make
+// them fail. Close with fclose. Null with errno and last error set on failure.
+FILE* kvFopen(const char* path, const char* mode);
+
+// ---------------------------------------------------------------------------
+// 10. Engine helpers
+// ---------------------------------------------------------------------------
+
+// Host path (absolute, or relative to the current directory) to engine
+// path: the drive letter whose root is its longest prefix, backslashes.
+KVENG_API std::string ToEnginePath(const char* hostPath);
+// Engine path to host path; case is resolved against the disk where the
+// path exists. An unmapped drive or a UNC name gives an empty string.
+KVENG_API std::string ToHostPath(const char* enginePath);
+// Where the engine's trace lines go; null turns them off. Standard output
+// at start.
+KVENG_API void SetTraceOutput(FILE* out);
+// printf-style write to the trace output, if any.
+void kvTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
