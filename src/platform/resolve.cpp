@@ -59,12 +59,12 @@ static bool statPath(const std::string& path, bool follow, struct statx& out) {
 // Looks in directory `dir` for the first entry, in name order, whose name
 // matches `name` without regard to case, and that is a directory (or a link
 // to one) if `wantDirectory`. Returns false with errno set if the directory
-// cannot be read for another reason than a lack of permission; a directory
-// that may not be listed has no matches.
+// cannot be read (also for want of permission): not knowing which spellings
+// exist, the caller must not take the name as missing and make a second one.
 static bool findCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match) {
     match.clear();
     DIR* d = hostOpendir(dir.c_str());
-    if (!d) return errno == EACCES || errno == ENOENT || errno == ENOTDIR;
+    if (!d) return errno == ENOENT || errno == ENOTDIR;  // gone since its stat
     bool ok = true;
     for (;;) {
         errno = 0;
@@ -132,7 +132,14 @@ HostFile kvResolvePath(const EnginePath& path) {
     // Walk from the root.
     std::string dir = root;
     struct statx st;
-    if (!statPath(dir, true, st) || !S_ISDIR(st.stx_mode)) {
+    bool rootThere = statPath(dir, true, st);
+    if (!rootThere && errno != ENOENT && errno != ENOTDIR) {
+        f.status = HostFile::Failed;
+        f.error = errno;
+        f.win32 = kvWin32FromErrno(errno);
+        return f;
+    }
+    if (!rootThere || !S_ISDIR(st.stx_mode)) {
         f.status = HostFile::DirMissing;
         f.error = ENOENT;
         f.win32 = ERROR_PATH_NOT_FOUND;
@@ -186,6 +193,13 @@ HostFile kvResolvePath(const EnginePath& path) {
         std::string found = joinHost(dir, match);
         if (last) {
             if (!statPath(found, false, st)) {
+                if (errno != ENOENT) {
+                    f.status = HostFile::Failed;
+                    f.host = found;
+                    f.error = errno;
+                    f.win32 = kvWin32FromErrno(errno);
+                    return f;
+                }
                 // Gone since the listing.
                 f.status = HostFile::LastMissing;
                 f.host = exact;

@@ -13,6 +13,10 @@
 // Every other stream is binary underneath: its positions are byte offsets
 // of the file, and line feeds are written as they are.
 //
+// fclose fails (EOF, errno set) if the close fails or if any write of the
+// stream failed before, so that a caller who checks only fclose learns that
+// the file is not what was written.
+//
 //   1. Modes
 //   2. The cookie: binary and text reading, writing, seeking, closing
 //   3. kvFopen
@@ -84,6 +88,7 @@ struct StreamCookie {
     size_t rawPosition = 0, rawLength = 0;
     bool rawEnd = false;     // the file has no more bytes
     int64_t position = 0;    // characters delivered so far
+    int writeError = 0;      // the first write that failed: fclose reports it
 };
 
 // Reads raw bytes into the cookie's buffer, keeping `keep` bytes from its
@@ -147,6 +152,7 @@ static ssize_t cookieWrite(void* cookie, const char* buffer, size_t size) {
         ssize_t n = hostWrite(c->fd, buffer + done, size - done);
         if (n <= 0) {
             if (n == 0) errno = EIO;
+            if (!c->writeError) c->writeError = errno;
             // glibc takes a short count as the failure of this write.
             return static_cast<ssize_t>(done);
         }
@@ -203,11 +209,16 @@ static int cookieSeek(void* cookie, off64_t* offset, int whence) {
     return 0;
 }
 
+// Fails if the close fails, and also if any write of the stream failed, so
+// that fclose tells the caller that the file is not what was written.
 static int cookieClose(void* cookie) {
     StreamCookie* c = static_cast<StreamCookie*>(cookie);
     int result = hostClose(c->fd);
+    int error = result == 0 ? c->writeError : errno;
     delete c;
-    return result == 0 ? 0 : -1;
+    if (error == 0) return 0;
+    errno = error;
+    return -1;
 }
 
 // ---------------------------------------------------------------------------
