@@ -16,6 +16,7 @@
 //
 //   1. Parsing
 //   2. GetFullPathNameA, GetCurrentDirectoryA
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -34,7 +35,7 @@ std::string EnginePath::text() const {
         out = "\\\\" + server;
         if (!share.empty()) out += "\\" + share;
         for (const std::string& p : parts) out += "\\" + p;
-        if (trailingSeparator && (!parts.empty() || !share.empty())) out += '\\';
+        if (trailingSeparator && !parts.empty()) out += '\\';
         return out;
     }
     out += drive;
@@ -77,8 +78,6 @@ static bool currentDirectory(char& drive, std::vector<std::string>& parts) {
     splitComponents(cwd.c_str() + 2, parts);
     return true;
 }
-
-static bool allDots(const std::string& s) { return s.find_first_not_of('.') == std::string::npos; }
 
 bool kvParsePath(const char* path, EnginePath& out, bool keepLast) {
     out = EnginePath();
@@ -126,25 +125,31 @@ bool kvParsePath(const char* path, EnginePath& out, bool keepLast) {
     splitComponents(rest, pieces);
     size_t length = strlen(rest);
     out.trailingSeparator = length > 0 && isSeparator(rest[length - 1]) && !pieces.empty();
-    if (!keepLast && !out.trailingSeparator && !pieces.empty() && !allDots(pieces.back())) {
-        std::string& last = pieces.back();
+    // Components from the current directory come first; only those of the
+    // text given lose trailing dots and blanks.
+    size_t fromCurrent = out.parts.size();
+    for (const std::string& piece : pieces) {
+        if (piece == ".") continue;
+        if (piece == "..") {
+            if (!out.parts.empty()) out.parts.pop_back();
+            fromCurrent = std::min(fromCurrent, out.parts.size());
+            continue;
+        }
+        out.parts.push_back(piece);
+    }
+    // Windows drops trailing dots and blanks of the last component ("a." is
+    // "a"); a component made of nothing else goes, leaving a separator.
+    if (!keepLast && !out.trailingSeparator && out.parts.size() > fromCurrent) {
+        std::string& last = out.parts.back();
         size_t keep = last.find_last_not_of(". ");
         if (keep == std::string::npos) {
-            pieces.pop_back();
+            out.parts.pop_back();
             out.trailingSeparator = true;
         } else {
             last.erase(keep + 1);
         }
     }
-    for (const std::string& piece : pieces) {
-        if (piece == ".") continue;
-        if (piece == "..") {
-            if (!out.parts.empty()) out.parts.pop_back();
-            continue;
-        }
-        out.parts.push_back(piece);
-    }
-    if (out.parts.empty() && out.kind == EnginePath::Drive) out.trailingSeparator = false;
+    if (out.parts.empty()) out.trailingSeparator = false;
     return true;
 }
 
