@@ -79,7 +79,7 @@ static bool currentDirectory(char& drive, std::vector<std::string>& parts) {
     return true;
 }
 
-bool kvParsePath(const char* path, EnginePath& out, bool keepLast) {
+bool kvParsePath(const char* path, EnginePath& out) {
     out = EnginePath();
     if (!path) {
         kvSetError(EINVAL, ERROR_INVALID_PARAMETER);
@@ -139,7 +139,7 @@ bool kvParsePath(const char* path, EnginePath& out, bool keepLast) {
     }
     // Windows drops trailing dots and blanks of the last component ("a." is
     // "a"); a component made of nothing else goes, leaving a separator.
-    if (!keepLast && !out.trailingSeparator && out.parts.size() > fromCurrent) {
+    if (!out.trailingSeparator && out.parts.size() > fromCurrent) {
         std::string& last = out.parts.back();
         size_t keep = last.find_last_not_of(". ");
         if (keep == std::string::npos) {

@@ -56,10 +56,9 @@ struct EnginePath {
 // Parses `path` to its full form against the current directory, by the
 // rules of GetFullPathNameA: "/" and "\" both separate, "." and ".." are
 // resolved by the text, trailing dots and blanks of the last component go.
-// With `keepLast` the last component is kept exactly as given (a find
-// pattern). False with errno and last error set if the path is empty or the
-// current directory cannot be read.
-bool kvParsePath(const char* path, EnginePath& out, bool keepLast = false);
+// False with errno and last error set if the path is empty or the current
+// directory cannot be read.
+bool kvParsePath(const char* path, EnginePath& out);
 // The engine form of the current directory; empty on failure (errno and
 // last error set).
 std::string kvCurrentDirectory();
