@@ -314,8 +314,7 @@ static const uint8_t sheetDigits[10][5] = {
 
 // Writes every icon at 16, 32 and 48 pixels, with its id, on a grey ground.
 static int writeIconSheet(const std::string& path) {
-    size_t count = 0;
-    const int* ids = kvIconIds(&count);
+    const size_t count = kvIconCount();
     const int cellW = 140, cellH = 60, columns = 5;
     const int rows = static_cast<int>((count + columns - 1) / columns);
     const int width = cellW * columns, height = cellH * rows;
@@ -326,7 +325,7 @@ static int writeIconSheet(const std::string& path) {
     };
     for (size_t i = 0; i < count; ++i) {
         int cx = static_cast<int>(i % columns) * cellW, cy = static_cast<int>(i / columns) * cellH;
-        std::string digits = std::to_string(ids[i]);
+        std::string digits = std::to_string(kvIconId(i));
         for (size_t d = 0; d < digits.size(); ++d)
             for (int row = 0; row < 5; ++row)
                 for (int col = 0; col < 3; ++col)
@@ -335,7 +334,7 @@ static int writeIconSheet(const std::string& path) {
                             put(cx + 4 + static_cast<int>(d) * 8 + col * 2 + k % 2, cy + 22 + row * 2 + k / 2, 0, 0, 0);
         int x = cx + 30;
         for (int size : {16, 32, 48}) {
-            HANDLE icon = LoadImageA(moduleHandle, MAKEINTRESOURCEA(ids[i]), IMAGE_ICON, size, size, 0);
+            HANDLE icon = LoadImageA(moduleHandle, MAKEINTRESOURCEA(kvIconId(i)), IMAGE_ICON, size, size, 0);
             int w = 0, h = 0;
             const uint8_t* px = nullptr;
             if (icon && kvGetIconPixels(icon, &w, &h, &px)) {

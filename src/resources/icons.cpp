@@ -321,12 +321,9 @@ std::set<const void*>& liveImages() {
 
 } // namespace
 
-const int* kvIconIds(size_t* count) {
-    static int ids[sizeof(designs) / sizeof(designs[0])];
-    for (int i = 0; i < designCount; ++i) ids[i] = designs[i].id;
-    if (count) *count = static_cast<size_t>(designCount);
-    return ids;
-}
+size_t kvIconCount() { return static_cast<size_t>(designCount); }
+
+int kvIconId(size_t index) { return index < kvIconCount() ? designs[index].id : 0; }
 
 HANDLE LoadImageA(HINSTANCE instance, LPCSTR name, UINT type, int cx, int cy, UINT /*flags*/) {
     if (instance != kvEngineModule() || type != IMAGE_ICON || !IS_INTRESOURCE(name)) return nullptr;

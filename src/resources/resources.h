@@ -72,5 +72,7 @@ KVENG_API BOOL DestroyIcon(HANDLE icon);
 // image is freed. False, with the outputs untouched, for any other handle.
 KVENG_API bool kvGetIconPixels(HANDLE icon, int* width, int* height, const uint8_t** rgba);
 
-// The ids of the icon resources, ascending (for tests and tools).
-const int* kvIconIds(size_t* count);
+// The icon resources by index, ids ascending (for tests and tools): their
+// number, and the id at index (0 past the end).
+size_t kvIconCount();
+int kvIconId(size_t index);
