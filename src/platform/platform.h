@@ -27,6 +27,14 @@
 #include <cstdio>
 #include <string>
 
+// glibc's <sys/stat.h> defines st_atime, st_mtime and st_ctime as macros that
+// would rename the members of struct _stat below. Include it here, once, and
+// drop those macros; POSIX code beside this header uses st_mtim.tv_sec.
+#include <sys/stat.h>
+#undef st_atime
+#undef st_mtime
+#undef st_ctime
+
 #include "kv_export.h"
 
 // ---------------------------------------------------------------------------
@@ -73,19 +81,27 @@ typedef char* LPSTR;
 #define ERROR_INVALID_HANDLE 6
 #define ERROR_NOT_ENOUGH_MEMORY 8
 #define ERROR_NO_MORE_FILES 18
+#define ERROR_NOT_SAME_DEVICE 17
 #define ERROR_WRITE_FAULT 29
 #define ERROR_READ_FAULT 30
+#define ERROR_GEN_FAILURE 31
 #define ERROR_SHARING_VIOLATION 32
 #define ERROR_HANDLE_DISK_FULL 39
+#define ERROR_BAD_NETPATH 53
 #define ERROR_FILE_EXISTS 80
 #define ERROR_INVALID_PARAMETER 87
+#define ERROR_BUFFER_OVERFLOW 111
 #define ERROR_DISK_FULL 112
 #define ERROR_INSUFFICIENT_BUFFER 122
 #define ERROR_INVALID_NAME 123
+#define ERROR_NEGATIVE_SEEK 131
 #define ERROR_DIR_NOT_EMPTY 145
 #define ERROR_ALREADY_EXISTS 183
 #define ERROR_FILENAME_EXCED_RANGE 206
+#define ERROR_FILE_TOO_LARGE 223
 #define ERROR_DIRECTORY 267
+#define ERROR_IO_DEVICE 1117
+#define ERROR_CANT_RESOLVE_FILENAME 1921
 
 // CreateFileA
 #define GENERIC_READ 0x80000000u
@@ -96,12 +112,18 @@ typedef char* LPSTR;
 #define OPEN_ALWAYS 4
 #define TRUNCATE_EXISTING 5
 #define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
+#define FILE_SHARE_READ 0x00000001
+#define FILE_SHARE_WRITE 0x00000002
+#define FILE_SHARE_DELETE 0x00000004
 
 // FormatMessageA
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100
 #define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
 #define FORMAT_MESSAGE_FROM_STRING 0x00000400
+#define FORMAT_MESSAGE_FROM_HMODULE 0x00000800
+#define FORMAT_MESSAGE_FROM_SYSTEM 0x00001000
 #define FORMAT_MESSAGE_ARGUMENT_ARRAY 0x00002000
+#define FORMAT_MESSAGE_MAX_WIDTH_MASK 0x000000FF
 
 // 100-nanosecond units since 1 January 1601 UTC, in two halves.
 struct FILETIME {
