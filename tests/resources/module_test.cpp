@@ -3,8 +3,6 @@
 #include "resources/resources.h"
 #include "workspace/context.h"
 
-// After the engine's headers: the host's <sys/stat.h> defines st_atime and
-// its kin as macros, which the engine's struct _stat must not meet first.
 #include <gtest/gtest.h>
 
 TEST(StartUp, TheEngineIsAttachedOnceBeforeMain) {

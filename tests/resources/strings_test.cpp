@@ -10,8 +10,6 @@
 #include "vocabulary/filetypes.h"
 #include "workspace/context.h"
 
-// After the engine's headers: the host's <sys/stat.h> defines st_atime and
-// its kin as macros, which the engine's struct _stat must not meet first.
 #include <gtest/gtest.h>
 
 // "Design File Already Exists": 26 characters.

@@ -12,8 +12,6 @@
 #include "platform/platform.h"
 #include "vocabulary/callback.h"
 
-// After the engine's headers: the host's <sys/stat.h> defines st_atime and
-// its kin as macros, which the engine's struct _stat must not meet first.
 #include <gtest/gtest.h>
 
 // ---------------------------------------------------------------------------

@@ -14,8 +14,6 @@
 #include "vocabulary/enums.h"
 #include "vocabulary/filetypes.h"
 
-// After the engine's headers: the host's <sys/stat.h> defines st_atime and
-// its kin as macros, which the engine's struct _stat must not meet first.
 #include <gtest/gtest.h>
 
 // ---------------------------------------------------------------------------
