@@ -246,7 +246,8 @@ public:
     // The path as the file system spells it, component by component; out:
     // result (may be *this). Returns the number of trailing components that
     // do not exist, which are kept as given. A relative path comes back with
-    // .\ in front; a trailing backslash is lost. The empty path returns 0
+    // .\ in front; a trailing backslash is lost; ".." steps are kept as
+    // they are (they must lead somewhere). The empty path returns 0
     // and leaves result untouched. Depends on the current directory for a
     // relative path.
     int getLFN(std::string& result) const;
