@@ -88,7 +88,7 @@ pathstring::pathstring(const char* begin, const char* end)
 }
 
 pathstring::pathstring(const pathstring& other, size_type position, size_type length)
-    : std::basic_string<char>(other, position, length) {
+    : std::basic_string<char>(other, position < other.size() ? position : other.size(), length) {
     tidyUp(false);
 }
 

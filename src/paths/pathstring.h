@@ -52,7 +52,7 @@ public:
     // another pathstring, and assignments of a C string or a std::string are
     // tidied (tidyUp(false)). A copy, a std::string given to the constructor
     // and the copy assignment keep the text as it is. A null C string is the
-    // empty path.
+    // empty path; a position past the end of other gives the empty path.
 
     pathstring() {}
     explicit pathstring(const std::allocator<char>& allocator);

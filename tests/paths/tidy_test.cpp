@@ -141,6 +141,7 @@ TEST(Tidy, ConstructorsAndAssignments) {
     pathstring untidied = raw(text);
     EXPECT_EQ(text, str(untidied)) << "from a std::string: as it is";
     EXPECT_EQ("a\\b", str(pathstring(untidied, 4, 5))) << "part of a pathstring: tidied";
+    EXPECT_TRUE(pathstring(untidied, 100).empty()) << "a position past the end: empty, no exception";
     pathstring copy(untidied);
     EXPECT_EQ(text, str(copy)) << "copy: as it is";
     pathstring assigned;
