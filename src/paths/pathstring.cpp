@@ -13,7 +13,6 @@
 #include "paths/pathstring.h"
 
 #include <cctype>
-#include <cstring>
 
 // ---------------------------------------------------------------------------
 // 1. Helpers
