@@ -1,0 +1,278 @@
+// kvFopen: an engine path opened as a C stream.
+//
+// The stream is a glibc cookie stream (fopencookie) over a file descriptor,
+// so that every read, write, seek and close goes through the host call
+// table, where a test can make it fail. glibc buffers as for any FILE, so a
+// read of the host reaches the disk once per buffer, not per fgets.
+//
+// Modes are those of the Windows C runtime: "r", "w", "a", with "+", and
+// "b" or "t" (text is the default). A text stream opened for reading only
+// ("r", "rt") reads CR LF as LF, as Windows text mode does; a CR that is
+// not followed by LF stays. Its positions (ftell, fseek) count characters as
+// they are read; seeking in it re-reads from the start when it goes back.
+// Every other stream is binary underneath: its positions are byte offsets
+// of the file, and line feeds are written as they are.
+//
+// fclose fails (EOF, errno set) if the close fails or if any write of the
+// stream failed before, so that a caller who checks only fclose learns that
+// the file is not what was written.
+//
+//   1. Modes
+//   2. The cookie: binary and text reading, writing, seeking, closing
+//   3. kvFopen
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "platform/hostcalls.h"
+#include "platform/internal.h"
+
+// ---------------------------------------------------------------------------
+// 1. Modes
+// ---------------------------------------------------------------------------
+
+struct StreamMode {
+    int flags = 0;         // open(2) flags
+    bool reading = false;  // may read
+    bool writing = false;  // may write
+    bool text = false;     // text mode (the default)
+    const char* cookieMode = "r";
+};
+
+static bool parseMode(const char* mode, StreamMode& out) {
+    if (!mode) return false;
+    bool plus = false, binary = false, textGiven = false, exclusive = false;
+    for (const char* p = mode + 1; *p; ++p) {
+        if (*p == '+') plus = true;
+        else if (*p == 'b') binary = true;
+        else if (*p == 't') textGiven = true;
+        else if (*p == 'x') exclusive = true;
+        else if (*p == ',') break;  // ",ccs=..." and the like are ignored
+    }
+    out.text = !binary;
+    (void)textGiven;
+    switch (mode[0]) {
+    case 'r':
+        out.flags = plus ? O_RDWR : O_RDONLY;
+        out.reading = true;
+        out.writing = plus;
+        out.cookieMode = plus ? "r+" : "r";
+        break;
+    case 'w':
+        out.flags = (plus ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC | (exclusive ? O_EXCL : 0);
+        out.reading = plus;
+        out.writing = true;
+        out.cookieMode = plus ? "w+" : "w";
+        break;
+    case 'a':
+        out.flags = (plus ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+        out.reading = plus;
+        out.writing = true;
+        out.cookieMode = plus ? "a+" : "a";
+        break;
+    default:
+        return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------
+// 2. The cookie
+// ---------------------------------------------------------------------------
+
+struct StreamCookie {
+    int fd = -1;
+    bool translate = false;  // CR LF to LF on reading
+    // Text reading: raw bytes read ahead, and where the reader stands.
+    std::vector<char> raw;
+    size_t rawPosition = 0, rawLength = 0;
+    bool rawEnd = false;     // the file has no more bytes
+    int64_t position = 0;    // characters delivered so far
+    int writeError = 0;      // the first write that failed: fclose reports it
+};
+
+// Reads raw bytes into the cookie's buffer, keeping `keep` bytes from its
+// position. Returns the count read, 0 at the end, -1 on error.
+static ssize_t refill(StreamCookie* c, size_t keep) {
+    memmove(c->raw.data(), c->raw.data() + c->rawPosition, keep);
+    c->rawPosition = 0;
+    c->rawLength = keep;
+    ssize_t n = hostRead(c->fd, c->raw.data() + keep, c->raw.size() - keep);
+    if (n > 0) c->rawLength += static_cast<size_t>(n);
+    if (n == 0) c->rawEnd = true;
+    return n;
+}
+
+// Delivers up to `size` characters of text: CR LF becomes LF.
+static ssize_t readText(StreamCookie* c, char* out, size_t size) {
+    size_t delivered = 0;
+    while (delivered < size) {
+        size_t available = c->rawLength - c->rawPosition;
+        if (available == 0 || (available == 1 && c->raw[c->rawPosition] == '\r' && !c->rawEnd)) {
+            // Out of bytes, or a CR whose next byte is not here yet.
+            if (c->rawEnd && available == 0) break;
+            ssize_t n = refill(c, available);
+            if (n < 0) {
+                if (delivered > 0) break;  // the error comes back on the next call
+                return -1;
+            }
+            continue;
+        }
+        const char* from = c->raw.data() + c->rawPosition;
+        size_t span = std::min(available, size - delivered);
+        const char* cr = static_cast<const char*>(memchr(from, '\r', span));
+        if (!cr) {
+            memcpy(out + delivered, from, span);
+            delivered += span;
+            c->rawPosition += span;
+            continue;
+        }
+        size_t plain = static_cast<size_t>(cr - from);
+        memcpy(out + delivered, from, plain);
+        delivered += plain;
+        c->rawPosition += plain;
+        if (c->rawPosition + 1 >= c->rawLength && !c->rawEnd) continue;  // decide after a refill
+        if (c->rawPosition + 1 < c->rawLength && c->raw[c->rawPosition + 1] == '\n') ++c->rawPosition;  // drop the CR
+        out[delivered++] = c->raw[c->rawPosition++];
+    }
+    c->position += static_cast<int64_t>(delivered);
+    return static_cast<ssize_t>(delivered);
+}
+
+static ssize_t cookieRead(void* cookie, char* buffer, size_t size) {
+    StreamCookie* c = static_cast<StreamCookie*>(cookie);
+    if (c->translate) return readText(c, buffer, size);
+    return hostRead(c->fd, buffer, size);
+}
+
+static ssize_t cookieWrite(void* cookie, const char* buffer, size_t size) {
+    StreamCookie* c = static_cast<StreamCookie*>(cookie);
+    size_t done = 0;
+    while (done < size) {
+        ssize_t n = hostWrite(c->fd, buffer + done, size - done);
+        if (n <= 0) {
+            if (n == 0) errno = EIO;
+            if (!c->writeError) c->writeError = errno;
+            // glibc takes a short count as the failure of this write.
+            return static_cast<ssize_t>(done);
+        }
+        done += static_cast<size_t>(n);
+    }
+    return static_cast<ssize_t>(done);
+}
+
+// Moves a text stream to character `target`, reading from the start if it
+// lies behind. Stops at the end of the file.
+static int seekText(StreamCookie* c, int64_t target) {
+    if (target < c->position) {
+        if (hostLseek(c->fd, 0, SEEK_SET) < 0) return -1;
+        c->rawPosition = c->rawLength = 0;
+        c->rawEnd = false;
+        c->position = 0;
+    }
+    char scratch[4096];
+    while (c->position < target) {
+        size_t want = static_cast<size_t>(std::min<int64_t>(target - c->position, sizeof scratch));
+        ssize_t n = readText(c, scratch, want);
+        if (n < 0) return -1;
+        if (n == 0) break;
+    }
+    return 0;
+}
+
+static int cookieSeek(void* cookie, off64_t* offset, int whence) {
+    StreamCookie* c = static_cast<StreamCookie*>(cookie);
+    if (!c->translate) {
+        off_t result = hostLseek(c->fd, *offset, whence);
+        if (result < 0) return -1;
+        *offset = result;
+        return 0;
+    }
+    int64_t target;
+    if (whence == SEEK_SET) {
+        target = *offset;
+    } else if (whence == SEEK_CUR) {
+        target = c->position + *offset;
+    } else if (whence == SEEK_END) {
+        if (seekText(c, INT64_MAX) != 0) return -1;
+        target = c->position + *offset;
+    } else {
+        errno = EINVAL;
+        return -1;
+    }
+    if (target < 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    if (target != c->position && seekText(c, target) != 0) return -1;
+    *offset = c->position;
+    return 0;
+}
+
+// Fails if the close fails, and also if any write of the stream failed, so
+// that fclose tells the caller that the file is not what was written.
+static int cookieClose(void* cookie) {
+    StreamCookie* c = static_cast<StreamCookie*>(cookie);
+    int result = hostClose(c->fd);
+    int error = result == 0 ? c->writeError : errno;
+    delete c;
+    if (error == 0) return 0;
+    errno = error;
+    return -1;
+}
+
+// ---------------------------------------------------------------------------
+// 3. kvFopen
+// ---------------------------------------------------------------------------
+
+FILE* kvFopen(const char* path, const char* mode) {
+    StreamMode m;
+    if (!path || !parseMode(mode, m)) {
+        kvSetError(EINVAL, ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    HostFile f = kvResolve(path);
+    if (f.found()) {
+        if (m.flags & O_EXCL) {
+            kvSetError(EEXIST, ERROR_FILE_EXISTS);
+            return nullptr;
+        }
+        struct statx target;
+        if (!kvStatTarget(f, target)) {
+            kvSetErrno(errno);
+            return nullptr;
+        }
+        // Directories, devices and pipes do not open as files; a read-only
+        // file does not open for writing.
+        if (!S_ISREG(target.stx_mode) || (m.writing && kvModeReadOnly(target.stx_mode))) {
+            kvSetError(EACCES, ERROR_ACCESS_DENIED);
+            return nullptr;
+        }
+    } else if (f.status != HostFile::LastMissing || !(m.flags & O_CREAT)) {
+        f.fail();
+        return nullptr;
+    }
+    int fd = hostOpen(f.host.c_str(), m.flags | O_NONBLOCK, 0666);
+    if (fd < 0) {
+        kvSetError(errno, errno == ENOENT && !f.found() ? f.win32 : kvWin32FromErrno(errno));
+        return nullptr;
+    }
+    StreamCookie* c = new StreamCookie;
+    c->fd = fd;
+    c->translate = m.text && m.reading && !m.writing;
+    if (c->translate) c->raw.resize(1 << 16);
+    cookie_io_functions_t functions;
+    functions.read = cookieRead;
+    functions.write = cookieWrite;
+    functions.seek = cookieSeek;
+    functions.close = cookieClose;
+    FILE* stream = fopencookie(c, m.cookieMode, functions);
+    if (!stream) {
+        int error = errno;
+        hostCloseQuietly(fd);
+        delete c;
+        kvSetErrno(error);
+        return nullptr;
+    }
+    return stream;
+}

@@ -1,0 +1,108 @@
+// Helpers shared by the tests of the platform layer: environment and
+// current-directory guards, and a few host-side probes.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <dirent.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/hostcalls.h"
+#include "platform/platform.h"
+#include "support/tempdir.h"
+
+// Sets (or, with null, removes) an environment variable for the life of
+// the guard.
+class EnvGuard {
+public:
+    EnvGuard(const char* name, const char* value) : name_(name) {
+        const char* old = getenv(name);
+        had_ = old != nullptr;
+        if (had_) old_ = old;
+        if (value)
+            setenv(name, value, 1);
+        else
+            unsetenv(name);
+    }
+    ~EnvGuard() {
+        if (had_)
+            setenv(name_.c_str(), old_.c_str(), 1);
+        else
+            unsetenv(name_.c_str());
+    }
+
+private:
+    std::string name_, old_;
+    bool had_;
+};
+
+// Restores the process's current directory, and clears faults, at the end.
+class CwdGuard {
+public:
+    CwdGuard() {
+        char buffer[4096];
+        if (getcwd(buffer, sizeof buffer)) old_ = buffer;
+    }
+    ~CwdGuard() {
+        kvFaultsClear();
+        if (!old_.empty() && chdir(old_.c_str()) != 0) ADD_FAILURE() << "cannot return to " << old_;
+    }
+
+private:
+    std::string old_;
+};
+
+inline mode_t hostMode(const std::string& host) {
+    struct stat st;
+    return lstat(host.c_str(), &st) == 0 ? st.st_mode : 0;
+}
+
+inline void hostChmodOrFail(const std::string& host, mode_t mode) {
+    ASSERT_EQ(0, chmod(host.c_str(), mode)) << host;
+}
+
+inline uint64_t ticks(const FILETIME& t) { return (static_cast<uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime; }
+
+inline FILETIME fileTime(uint64_t value) {
+    FILETIME t;
+    t.dwLowDateTime = static_cast<DWORD>(value);
+    t.dwHighDateTime = static_cast<DWORD>(value >> 32);
+    return t;
+}
+
+// FILETIME of a Unix time in seconds.
+inline FILETIME fileTimeOfUnix(int64_t seconds) {
+    return fileTime(static_cast<uint64_t>(seconds + 11644473600LL) * 10000000ULL);
+}
+
+// The names a listing gives, in order.
+inline std::vector<std::string> listNames(const std::string& pattern) {
+    std::vector<std::string> names;
+    WIN32_FIND_DATAA data;
+    HANDLE h = FindFirstFileA(pattern.c_str(), &data);
+    if (h == INVALID_HANDLE_VALUE) return names;
+    do names.push_back(data.cFileName);
+    while (FindNextFileA(h, &data));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_NO_MORE_FILES), GetLastError()) << "end of " << pattern;
+    FindClose(h);
+    return names;
+}
+
+// Names of the entries of a host directory (no dot entries), sorted.
+inline std::vector<std::string> hostEntries(const std::string& hostDir) {
+    std::vector<std::string> names;
+    DIR* d = opendir(hostDir.c_str());
+    if (!d) return names;
+    while (struct dirent* e = readdir(d)) {
+        std::string name = e->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    closedir(d);
+    std::sort(names.begin(), names.end());
+    return names;
+}

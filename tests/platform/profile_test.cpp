@@ -1,0 +1,249 @@
+// GetPrivateProfileStringA at its boundaries: buffers of exact fit, one byte
+// short and prefilled with a pattern, a sentinel last error set before each
+// call, and the INI files that Windows tools write (CR LF, quotes, blanks).
+#include "platform_test.h"
+
+#include <cstring>
+
+static const DWORD kSentinel = 0xdeadbeef;
+
+// The file of these tests, written on Windows.
+static const char kContent[] =
+    "[section1]\r\n"
+    "name1=val1\r\n"
+    "name2=\"val2\"\r\n"
+    "name3\r\n"
+    "name4=a\r\n"
+    "[section2]\r\n";
+
+class Profile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        writeFile(dir_.host("test.ini"), kContent);
+        file_ = dir_.engine("test.ini");
+        memset(buffer_, 0x55, sizeof buffer_);
+        SetLastError(kSentinel);
+    }
+    // The result and the buffer, for a query with a buffer of `size`.
+    DWORD get(const char* section, const char* key, const char* fallback, DWORD size, const char* file = nullptr) {
+        memset(buffer_, 0x55, sizeof buffer_);
+        SetLastError(kSentinel);
+        return GetPrivateProfileStringA(section, key, fallback, buffer_, size, file ? file : file_.c_str());
+    }
+    // True if the buffer holds `expected` (any bytes, NULs too) and is
+    // untouched after it.
+    bool holds(const char* expected, size_t length) {
+        if (memcmp(buffer_, expected, length) != 0) return false;
+        for (size_t i = length; i < sizeof buffer_; ++i)
+            if (buffer_[i] != 0x55) return false;
+        return true;
+    }
+
+    TempDir dir_;
+    std::string file_;
+    char buffer_[512];
+};
+
+TEST_F(Profile, Values) {
+    EXPECT_EQ(4u, get("section1", "name1", "default", sizeof buffer_));
+    EXPECT_TRUE(holds("val1", 5));
+    EXPECT_EQ(kSentinel, GetLastError()) << "a value found leaves the last error alone";
+    EXPECT_EQ(4u, get("SECTION1", "NAME2", "default", sizeof buffer_)) << "any case; the quotes go";
+    EXPECT_TRUE(holds("val2", 5));
+    EXPECT_EQ(1u, get("section1", "name4", "default", sizeof buffer_));
+    EXPECT_TRUE(holds("a", 2));
+    EXPECT_EQ(7u, get("section1", "name3", "default", sizeof buffer_)) << "a key without '=' has no value";
+    EXPECT_TRUE(holds("default", 8));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+}
+
+TEST_F(Profile, ValueCutToTheBuffer) {
+    EXPECT_EQ(4u, get("section1", "name1", "default", 5)) << "exact fit";
+    EXPECT_TRUE(holds("val1", 5));
+    EXPECT_EQ(3u, get("section1", "name1", "default", 4)) << "one byte short: size - 1";
+    EXPECT_TRUE(holds("val", 4));
+    EXPECT_EQ(0u, get("section1", "name1", "default", 1));
+    EXPECT_TRUE(holds("", 1));
+    EXPECT_EQ(0u, get("section1", "name1", "default", 0)) << "no buffer at all";
+    EXPECT_TRUE(holds("", 0));
+    EXPECT_EQ(3u, get("section1", "name2", "default", 4)) << "a quoted value cut";
+    EXPECT_TRUE(holds("val", 4));
+}
+
+TEST_F(Profile, KeyList) {
+    // Keys with a value, each NUL-terminated, and a second NUL.
+    EXPECT_EQ(18u, get("section1", nullptr, "default", sizeof buffer_));
+    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
+    EXPECT_EQ(kSentinel, GetLastError());
+    EXPECT_EQ(18u, get("section1", nullptr, "default", 20)) << "room to spare";
+    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
+    EXPECT_EQ(17u, get("section1", nullptr, "default", 19)) << "exact fit counts as cut: size - 2";
+    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
+    EXPECT_EQ(16u, get("section1", nullptr, "default", 18)) << "one byte short";
+    EXPECT_TRUE(holds("name1\0name2\0name\0", 18));
+    EXPECT_EQ(14u, get("section1", nullptr, "default", 16));
+    EXPECT_TRUE(holds("name1\0name2\0na\0", 16));
+    EXPECT_EQ(0u, get("section1", nullptr, "default", 2));
+    EXPECT_TRUE(holds("\0", 2));
+    EXPECT_EQ(0u, get("section1", nullptr, "default", 1));
+    EXPECT_TRUE(holds("", 1));
+    EXPECT_EQ(7u, get("section2", nullptr, "default", sizeof buffer_)) << "a section without keys gives the default";
+    EXPECT_TRUE(holds("default", 8));
+    EXPECT_EQ(7u, get("nosection", nullptr, "default", sizeof buffer_));
+    EXPECT_TRUE(holds("default", 8));
+}
+
+TEST_F(Profile, SectionList) {
+    EXPECT_EQ(18u, get(nullptr, "name1", "default", sizeof buffer_)) << "key and default are ignored";
+    EXPECT_TRUE(holds("section1\0section2\0", 19));
+    EXPECT_EQ(kSentinel, GetLastError());
+    EXPECT_EQ(17u, get(nullptr, nullptr, nullptr, 19)) << "exact fit";
+    EXPECT_TRUE(holds("section1\0section2\0", 19));
+    EXPECT_EQ(14u, get(nullptr, nullptr, nullptr, 16)) << "not enough room for the last name";
+    EXPECT_TRUE(holds("section1\0secti\0", 16));
+    EXPECT_EQ(18u, get(nullptr, nullptr, nullptr, 20));
+    EXPECT_TRUE(holds("section1\0section2\0", 19));
+}
+
+TEST_F(Profile, Defaults) {
+    EXPECT_EQ(7u, get("section1", "notakey", "default  ", sizeof buffer_)) << "trailing blanks of the default go";
+    EXPECT_TRUE(holds("default", 8));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(9u, get("section1", "notakey", "  default", sizeof buffer_)) << "leading blanks stay";
+    EXPECT_TRUE(holds("  default", 10));
+    EXPECT_EQ(0u, get("section1", "notakey", nullptr, sizeof buffer_)) << "a null default is empty";
+    EXPECT_TRUE(holds("", 1));
+    EXPECT_EQ(3u, get("section1", "notakey", "default", 4)) << "a default is cut like a value";
+    EXPECT_TRUE(holds("def", 4));
+    EXPECT_EQ(7u, get("section1", "", "default", sizeof buffer_)) << "an empty key";
+    EXPECT_EQ(7u, get("", "name1", "default", sizeof buffer_)) << "an empty section";
+    EXPECT_EQ(9u, get("section1", "notakey", "\"default\"", sizeof buffer_)) << "a default keeps its quotes";
+}
+
+TEST_F(Profile, MissingFile) {
+    std::string none = dir_.engine("none.ini");
+    EXPECT_EQ(7u, get("section1", "name1", "default", sizeof buffer_, none.c_str()));
+    EXPECT_TRUE(holds("default", 8));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(8u, get(nullptr, nullptr, "sentinel", sizeof buffer_, none.c_str()))
+        << "a null section on a missing file gives the default too";
+    EXPECT_TRUE(holds("sentinel", 9));
+    EXPECT_EQ(7u, get("section1", nullptr, "default", sizeof buffer_, none.c_str()));
+    std::string noDir = dir_.engine("nodir\\x.ini");
+    EXPECT_EQ(7u, get("section1", "name1", "default", sizeof buffer_, noDir.c_str()));
+}
+
+// A file with the quirks a hand-edited INI file brings.
+TEST_F(Profile, BlanksQuotesCommentsAndDuplicates) {
+    writeFile(dir_.host("odd.ini"),
+              "\xEF\xBB\xBF"
+              "orphan=before any section\n"
+              "  [ Blanks ]  \n"
+              "  key  =  value with  inner blanks  \t\n"
+              "single='quoted'\n"
+              "mixed=\"not stripped'\n"
+              "twice=\"\"x\"\"\n"
+              "lone=\"\n"
+              "empty=\n"
+              "semi=a;b ; c\n"
+              "; a comment=not a key\n"
+              "eq=a=b\n"
+              "dup=first\n"
+              "DUP=second\n"
+              "[broken\n"
+              "broken=belongs to Blanks still\n"
+              "[blanks]\n"
+              "later=in the second section of that name\n");
+    std::string f = dir_.engine("odd.ini");
+    struct Case {
+        const char* key;
+        const char* value;
+    } cases[] = {
+        {"key", "value with  inner blanks"},
+        {"single", "quoted"},
+        {"mixed", "\"not stripped'"},
+        {"twice", "\"x\""},
+        {"lone", "\""},
+        {"empty", ""},
+        {"semi", "a;b ; c"},
+        {"eq", "a=b"},
+        {"dup", "first"},
+        {"broken", "belongs to Blanks still"},
+        {"; a comment", "(default)"},
+        {"later", "(default)"},
+    };
+    for (const Case& c : cases) {
+        DWORD n = get("blanks", c.key, "(default)", sizeof buffer_, f.c_str());
+        EXPECT_EQ(std::string(c.value), std::string(buffer_, n)) << "key " << c.key;
+    }
+    EXPECT_EQ(9u, get("", "orphan", "(default)", sizeof buffer_, f.c_str())) << "keys before any section are unreachable";
+    DWORD n = get(nullptr, nullptr, nullptr, sizeof buffer_, f.c_str());
+    EXPECT_EQ(std::string("Blanks\0", 7), std::string(buffer_, n)) << "a section name is listed once";
+    n = get("BLANKS", nullptr, nullptr, sizeof buffer_, f.c_str());
+    EXPECT_EQ(std::string("key\0single\0mixed\0twice\0lone\0empty\0semi\0eq\0dup\0broken\0", 53),
+              std::string(buffer_, n));
+    EXPECT_EQ('\0', buffer_[n]);
+}
+
+TEST_F(Profile, LineEndsOfEveryKind) {
+    writeFile(dir_.host("ends.ini"), "[a]\rx=1\r[b]\ny=2\r\n[c]\r\n\r\nz=3");
+    std::string f = dir_.engine("ends.ini");
+    for (auto [section, key, value] : {std::tuple<const char*, const char*, const char*>{"a", "x", "1"},
+                                       {"b", "y", "2"},
+                                       {"c", "z", "3"}}) {
+        DWORD n = get(section, key, "?", sizeof buffer_, f.c_str());
+        EXPECT_EQ(std::string(value), std::string(buffer_, n)) << section << "." << key;
+    }
+}
+
+TEST_F(Profile, LongValueCutToTheEnginesBuffer) {
+    std::string longValue(3000, 'p');
+    writeFile(dir_.host("long.ini"), "[TARNEL]\r\nLIBPATH=" + longValue + "\r\n");
+    std::vector<char> buffer(1024, 'z');
+    DWORD n = GetPrivateProfileStringA("TARNEL", "LIBPATH", "*", buffer.data(), 1024, dir_.engine("long.ini").c_str());
+    EXPECT_EQ(1023u, n);
+    EXPECT_EQ(longValue.substr(0, 1023), std::string(buffer.data()));
+}
+
+TEST_F(Profile, ReadAtEveryCall) {
+    std::string f = dir_.engine("changing.ini");
+    writeFile(dir_.host("changing.ini"), "[s]\nk=one\n");
+    DWORD n = get("s", "k", "", sizeof buffer_, f.c_str());
+    EXPECT_EQ("one", std::string(buffer_, n));
+    writeFile(dir_.host("changing.ini"), "[s]\nk=two\n");
+    n = get("s", "k", "", sizeof buffer_, f.c_str());
+    EXPECT_EQ("two", std::string(buffer_, n)) << "the file as it is now";
+}
+
+TEST(ProfileLocation, BareNamesAndTheirDirectories) {
+    TempDir dir;
+    writeFile(dir.host("windir/TARNEL91.INI"), "[TARNEL]\nLIBPATH=from windir\n");
+    writeFile(dir.host("xdg/kelvault/tarnel91.ini"), "[TARNEL]\nLIBPATH=from xdg\n");
+    writeFile(dir.host("home/.config/kelvault/tarnel91.ini"), "[TARNEL]\nLIBPATH=from home\n");
+    writeFile(dir.host("cwd/tarnel91.ini"), "[TARNEL]\nLIBPATH=from cwd\n");
+    CwdGuard guard;
+    ASSERT_EQ(0, chdir(dir.host("cwd").c_str()));
+    EnvGuard home("HOME", dir.host("home").c_str());
+    auto libpath = [](const char* file) {
+        char buffer[64];
+        DWORD n = GetPrivateProfileStringA("TARNEL", "LIBPATH", "*", buffer, sizeof buffer, file);
+        return std::string(buffer, n);
+    };
+    {
+        EnvGuard windir("KVENG_WINDIR", dir.host("windir").c_str());
+        EnvGuard xdg("XDG_CONFIG_HOME", dir.host("xdg").c_str());
+        EXPECT_EQ("from windir", libpath("tarnel91.ini")) << "the name without regard to case";
+        EXPECT_EQ("from cwd", libpath(".\\tarnel91.ini")) << "a name with a directory is a path";
+    }
+    {
+        EnvGuard windir("KVENG_WINDIR", nullptr);
+        EnvGuard xdg("XDG_CONFIG_HOME", dir.host("xdg").c_str());
+        EXPECT_EQ("from xdg", libpath("tarnel91.ini"));
+    }
+    {
+        EnvGuard windir("KVENG_WINDIR", nullptr);
+        EnvGuard xdg("XDG_CONFIG_HOME", nullptr);
+        EXPECT_EQ("from home", libpath("tarnel91.ini"));
+        EXPECT_EQ("*", libpath("other.ini"));
+    }
+}

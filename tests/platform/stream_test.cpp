@@ -1,0 +1,170 @@
+// Streams: kvFopen's text reading of CR LF files, binary offsets, write
+// modes and the spelling of new files, and the failures of opening.
+#include "platform_test.h"
+
+#include <cstring>
+
+// Everything a stream yields, read in chunks of `chunk` bytes.
+static std::string readAll(FILE* f, size_t chunk) {
+    std::string out;
+    std::vector<char> buffer(chunk);
+    size_t n;
+    while ((n = fread(buffer.data(), 1, chunk, f)) > 0) out.append(buffer.data(), n);
+    return out;
+}
+
+// Windows text mode: CR LF becomes LF, any other CR stays.
+static std::string textOf(const std::string& raw) {
+    std::string out;
+    for (size_t i = 0; i < raw.size(); ++i)
+        if (!(raw[i] == '\r' && i + 1 < raw.size() && raw[i + 1] == '\n')) out += raw[i];
+    return out;
+}
+
+static std::string readThrough(const std::string& engine, const char* mode, size_t chunk = 4096) {
+    FILE* f = kvFopen(engine.c_str(), mode);
+    if (!f) return "<no stream>";
+    std::string out = readAll(f, chunk);
+    fclose(f);
+    return out;
+}
+
+TEST(TextMode, CrLfReadsAsLf) {
+    TempDir dir;
+    writeFile(dir.host("win.cir"), "* title\r\n.include \"a.lib\"\r\n\r\n.end\r\n");
+    FILE* f = kvFopen(dir.engine("WIN.CIR").c_str(), "r");
+    ASSERT_NE(nullptr, f);
+    char line[1024];
+    std::vector<std::string> lines;
+    while (fgets(line, sizeof line, f)) lines.push_back(line);
+    fclose(f);
+    EXPECT_EQ((std::vector<std::string>{"* title\n", ".include \"a.lib\"\n", "\n", ".end\n"}), lines);
+    EXPECT_EQ("* title\n.include \"a.lib\"\n\n.end\n", readThrough(dir.engine("win.cir"), "rt"));
+}
+
+TEST(TextMode, LoneCarriageReturnsStay) {
+    TempDir dir;
+    writeFile(dir.host("a.txt"), "one\rtwo\r\r\nthree\n\rfour\r");
+    EXPECT_EQ("one\rtwo\r\nthree\n\rfour\r", readThrough(dir.engine("a.txt"), "r"))
+        << "a CR before CR LF, after LF, and at the end of the file stay";
+    writeFile(dir.host("b.txt"), "\r");
+    EXPECT_EQ("\r", readThrough(dir.engine("b.txt"), "r"));
+    writeFile(dir.host("c.txt"), "");
+    EXPECT_EQ("", readThrough(dir.engine("c.txt"), "r"));
+}
+
+TEST(TextMode, CrLfAcrossEveryBufferBoundary) {
+    TempDir dir;
+    // CR LF pairs straddling the layer's 64 KiB read-ahead and glibc's
+    // buffer, at several offsets, plus a random mix of CR and LF.
+    std::string raw;
+    for (size_t target : {4095u, 8191u, 65535u, 65538u, 131071u}) {
+        raw.append(target - raw.size(), 'x');
+        raw += "\r\n";
+    }
+    unsigned seed = 7;
+    for (int i = 0; i < 200000; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        unsigned r = (seed >> 16) % 8;
+        raw += r == 0 ? '\r' : r == 1 ? '\n' : static_cast<char>('a' + r);
+    }
+    raw += '\r';
+    writeFile(dir.host("big.txt"), raw);
+    std::string expected = textOf(raw);
+    for (size_t chunk : {1u, 7u, 4096u, 70000u})
+        EXPECT_EQ(expected, readThrough(dir.engine("big.txt"), "r", chunk)) << "read in chunks of " << chunk;
+    EXPECT_EQ(raw, readThrough(dir.engine("big.txt"), "rb")) << "binary keeps every byte";
+}
+
+TEST(TextMode, PositionsCountCharactersAsRead) {
+    TempDir dir;
+    writeFile(dir.host("t.txt"), "ab\r\ncd\r\nef");
+    FILE* f = kvFopen(dir.engine("t.txt").c_str(), "r");
+    ASSERT_NE(nullptr, f);
+    char line[64];
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_EQ(3, ftell(f)) << "\"ab\\n\" read";
+    long mark = ftell(f);
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("cd\n", line);
+    ASSERT_EQ(0, fseek(f, mark, SEEK_SET));
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("cd\n", line) << "back to a position that ftell gave";
+    ASSERT_EQ(0, fseek(f, 0, SEEK_END));
+    EXPECT_EQ(8, ftell(f)) << "the length as text";
+    rewind(f);
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("ab\n", line);
+    fclose(f);
+}
+
+TEST(BinaryMode, OffsetsAreBytesOfTheFile) {
+    TempDir dir;
+    writeFile(dir.host("lib.slb"), "line one\r\nline two\r\nline three\n");
+    FILE* f = kvFopen(dir.engine("LIB.SLB").c_str(), "rb");
+    ASSERT_NE(nullptr, f);
+    char line[1024];
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("line one\r\n", line) << "the CR stays in binary mode";
+    EXPECT_EQ(10, ftell(f));
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_EQ(20, ftell(f));
+    ASSERT_EQ(0, fseek(f, 15, SEEK_SET));
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("two\r\n", line);
+    fclose(f);
+}
+
+TEST(WriteModes, ReadWriteRewindAndPatch) {
+    TempDir dir;
+    std::string path = dir.engine("archive.ma");
+    FILE* f = kvFopen(path.c_str(), "wb+");
+    ASSERT_NE(nullptr, f);
+    ASSERT_EQ(4u, fwrite("HEAD", 1, 4, f));
+    ASSERT_EQ(6u, fwrite("\nbody\n", 1, 6, f));
+    EXPECT_EQ(10, ftell(f)) << "the position of a written binary stream";
+    rewind(f);
+    ASSERT_EQ(4u, fwrite("head", 1, 4, f)) << "the head written again";
+    rewind(f);
+    EXPECT_EQ("head\nbody\n", readAll(f, 3));
+    ASSERT_EQ(0, fclose(f));
+    EXPECT_EQ("head\nbody\n", readFile(dir.host("archive.ma")));
+
+    f = kvFopen(path.c_str(), "a");
+    ASSERT_NE(nullptr, f);
+    fputs("more\n", f);
+    ASSERT_EQ(0, fclose(f));
+    f = kvFopen(dir.engine("ARCHIVE.MA").c_str(), "wt");
+    ASSERT_NE(nullptr, f);
+    fputs("text\nlines\n", f);
+    ASSERT_EQ(0, fclose(f));
+    EXPECT_EQ("text\nlines\n", readFile(dir.host("archive.ma"))) << "text mode writes LF as it is, into the same file";
+    EXPECT_EQ((std::vector<std::string>{"archive.ma"}), hostEntries(dir.host()));
+
+    f = kvFopen(path.c_str(), "r+");
+    ASSERT_NE(nullptr, f);
+    ASSERT_EQ(0, fseek(f, 5, SEEK_SET));
+    fputs("LINES", f);
+    ASSERT_EQ(0, fclose(f));
+    EXPECT_EQ("text\nLINES\n", readFile(dir.host("archive.ma")));
+}
+
+TEST(OpenFailures, ErrnoAndLastError) {
+    TempDir dir;
+    writeFile(dir.host("sub/f.txt"), "x");
+    SetLastError(0);
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("sub\\none.txt").c_str(), "r"));
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("nodir\\f.txt").c_str(), "w"));
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError());
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("sub").c_str(), "r"));
+    EXPECT_EQ(EACCES, errno) << "a directory";
+    EXPECT_EQ(static_cast<DWORD>(ERROR_ACCESS_DENIED), GetLastError());
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("sub\\f.txt").c_str(), "q"));
+    EXPECT_EQ(EINVAL, errno) << "no such mode";
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("sub\\F.TXT").c_str(), "wx"));
+    EXPECT_EQ(EEXIST, errno);
+    EXPECT_EQ("x", readFile(dir.host("sub/f.txt")));
+}

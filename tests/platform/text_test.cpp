@@ -1,0 +1,158 @@
+// Text services and times: the comparisons, FormatMessageA, and the FILETIME
+// conversions.
+#include "platform_test.h"
+
+#include <climits>
+#include <cstring>
+
+static int sign(int x) { return (x > 0) - (x < 0); }
+
+TEST(Compare, CRuntimeComparisonsLowerToAscii) {
+    EXPECT_EQ(0, _stricmp("NOM.LIB", "nom.lib"));
+    EXPECT_EQ(-1, sign(_stricmp("abc", "ABD")));
+    EXPECT_EQ(1, sign(_stricmp("abcd", "ABC")));
+    // Lower case is compared: '_' (0x5F) sorts before 'a' (0x61) but after 'A'.
+    EXPECT_EQ(-1, sign(_stricmp("_x", "Ax")));
+    EXPECT_EQ(0, _strcmpi("Sch", "sCH"));
+    EXPECT_EQ(0, _strnicmp("0x12", "0X99", 2));
+    EXPECT_NE(0, _strnicmp("0x12", "0X99", 3));
+    EXPECT_EQ(0, _strnicmp("a", "b", 0));
+    errno = 0;
+    EXPECT_EQ(INT_MAX, _stricmp(nullptr, "a"));
+    EXPECT_EQ(EINVAL, errno);
+    char text[] = "Mixed CASE 123 \xC4";
+    EXPECT_EQ(text, _strlwr(text));
+    EXPECT_STREQ("mixed case 123 \xC4", text) << "ASCII only";
+}
+
+TEST(Compare, LstrcmpiOrdersAsAListShowsIt) {
+    EXPECT_EQ(0, lstrcmpiA("C:\\Design\\Top.SCH", "c:\\design\\top.sch"));
+    EXPECT_EQ(-1, sign(lstrcmpiA("a", "B")));
+    EXPECT_EQ(-1, sign(lstrcmpiA("ab", "abc")));
+    EXPECT_EQ(1, sign(lstrcmpiA("abc", "ab")));
+    // Punctuation before digits before letters.
+    EXPECT_EQ(-1, sign(lstrcmpiA("a_b", "a1b")));
+    EXPECT_EQ(-1, sign(lstrcmpiA("a1b", "aab")));
+    EXPECT_EQ(-1, sign(lstrcmpiA("a\\b", "ab")));
+    EXPECT_EQ(0, lstrcmpiA(nullptr, nullptr));
+    EXPECT_EQ(-1, sign(lstrcmpiA(nullptr, "a")));
+}
+
+// ---------------------------------------------------------------------------
+// FormatMessageA
+// ---------------------------------------------------------------------------
+
+static const char* const kArgs[9] = {"name", "dir", "tname", "tdir", "oname", "odir", "7", "8", "detail"};
+
+TEST(FormatMessage, PositionalInsertsIntoAnAllocatedBuffer) {
+    char* message = nullptr;
+    DWORD n = FormatMessageA(0x2500, "Cannot move '%1' from '%2' to '%4' (%7 of %8): %9, again %1", 0, 0,
+                             reinterpret_cast<char*>(&message), 0, kArgs);
+    ASSERT_NE(nullptr, message);
+    EXPECT_STREQ("Cannot move 'name' from 'dir' to 'tdir' (7 of 8): detail, again name", message);
+    EXPECT_EQ(strlen(message), n);
+    EXPECT_EQ(nullptr, LocalFree(message));
+}
+
+TEST(FormatMessage, EscapesAndInsertSyntax) {
+    char* message = nullptr;
+    ASSERT_NE(0u, FormatMessageA(0x2500, "100%% %1!s! %5%0 never", 0, 0, reinterpret_cast<char*>(&message), 0, kArgs));
+    EXPECT_STREQ("100% name oname", message) << "%% is a percent, !s! a string, %0 ends the text";
+    LocalFree(message);
+    ASSERT_NE(0u, FormatMessageA(0x2500, "%1%2", 0, 0, reinterpret_cast<char*>(&message), 0, kArgs));
+    EXPECT_STREQ("namedir", message);
+    LocalFree(message);
+    const char* const withNull[9] = {nullptr};
+    ASSERT_NE(0u, FormatMessageA(0x2500, "[%1]", 0, 0, reinterpret_cast<char*>(&message), 0, withNull));
+    EXPECT_STREQ("[(null)]", message);
+    LocalFree(message);
+}
+
+TEST(FormatMessage, CallerBufferAndFailures) {
+    char buffer[16];
+    EXPECT_EQ(12u, FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ARGUMENT_ARRAY, "<%1>-<%2>", 0, 0, buffer,
+                                 sizeof buffer, kArgs));
+    EXPECT_STREQ("<name>-<dir>", buffer);
+    SetLastError(0);
+    EXPECT_EQ(0u, FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ARGUMENT_ARRAY, "<%1>-<%2>", 0, 0, buffer,
+                                 12, kArgs));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError()) << "no room for the NUL";
+    EXPECT_EQ(0u, FormatMessageA(FORMAT_MESSAGE_FROM_STRING, "%1", 0, 0, buffer, sizeof buffer, kArgs));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError()) << "inserts need an argument array";
+    EXPECT_EQ(4u, FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_IGNORE_INSERTS, "%1%2", 0, 0, buffer,
+                                 sizeof buffer, nullptr));
+    EXPECT_STREQ("%1%2", buffer);
+    EXPECT_EQ(0u, FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, buffer, sizeof buffer, nullptr));
+}
+
+// ---------------------------------------------------------------------------
+// Times
+// ---------------------------------------------------------------------------
+
+static SYSTEMTIME systemTime(uint64_t value) {
+    SYSTEMTIME s;
+    memset(&s, 0xff, sizeof s);
+    FILETIME t = fileTime(value);
+    EXPECT_TRUE(FileTimeToSystemTime(&t, &s));
+    return s;
+}
+
+TEST(Times, FileTimeToSystemTime) {
+    SYSTEMTIME s = systemTime(0);
+    EXPECT_EQ(1601, s.wYear);
+    EXPECT_EQ(1, s.wMonth);
+    EXPECT_EQ(1, s.wDay);
+    EXPECT_EQ(1, s.wDayOfWeek) << "a Monday";
+
+    s = systemTime(116444736000000000ULL);  // 1970-01-01, a Thursday
+    EXPECT_EQ(1970, s.wYear);
+    EXPECT_EQ(4, s.wDayOfWeek);
+
+    // 2000-02-29 12:34:56.789, a Tuesday
+    s = systemTime(ticks(fileTimeOfUnix(951827696)) + 7890000);
+    EXPECT_EQ(2000, s.wYear);
+    EXPECT_EQ(2, s.wMonth);
+    EXPECT_EQ(29, s.wDay);
+    EXPECT_EQ(2, s.wDayOfWeek);
+    EXPECT_EQ(12, s.wHour);
+    EXPECT_EQ(34, s.wMinute);
+    EXPECT_EQ(56, s.wSecond);
+    EXPECT_EQ(789, s.wMilliseconds);
+
+    s = systemTime(ticks(fileTimeOfUnix(4107542399LL)));  // 2100-02-28 23:59:59, 2100 is no leap year
+    EXPECT_EQ(2100, s.wYear);
+    EXPECT_EQ(2, s.wMonth);
+    EXPECT_EQ(28, s.wDay);
+    s = systemTime(ticks(fileTimeOfUnix(4107542400LL)));
+    EXPECT_EQ(3, s.wMonth);
+    EXPECT_EQ(1, s.wDay);
+
+    FILETIME tooLarge = fileTime(0x8000000000000000ULL);
+    SYSTEMTIME out;
+    EXPECT_FALSE(FileTimeToSystemTime(&tooLarge, &out));
+}
+
+TEST(Times, LocalTimeByTheHostZoneAtThatTime) {
+    FILETIME january = fileTimeOfUnix(1704110400);  // 2024-01-01 12:00 UTC
+    FILETIME july = fileTimeOfUnix(1719835200);     // 2024-07-01 12:00 UTC
+    FILETIME local;
+    const uint64_t hour = 36000000000ULL;
+    {
+        EnvGuard tz("TZ", "UTC0");
+        ASSERT_TRUE(FileTimeToLocalFileTime(&january, &local));
+        EXPECT_EQ(ticks(january), ticks(local));
+    }
+    {
+        EnvGuard tz("TZ", "EST5");
+        ASSERT_TRUE(FileTimeToLocalFileTime(&january, &local));
+        EXPECT_EQ(ticks(january) - 5 * hour, ticks(local));
+    }
+    {
+        EnvGuard tz("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+        ASSERT_TRUE(FileTimeToLocalFileTime(&january, &local));
+        EXPECT_EQ(ticks(january) + hour, ticks(local)) << "winter";
+        ASSERT_TRUE(FileTimeToLocalFileTime(&july, &local));
+        EXPECT_EQ(ticks(july) + 2 * hour, ticks(local)) << "summer";
+    }
+    tzset();
+}

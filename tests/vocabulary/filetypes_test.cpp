@@ -1,0 +1,381 @@
+// Tests of the file type and category vocabularies and of the three tables
+// beside them (extensions, subcategories, membership).
+//
+// Divided into: categories, file types (flags, categories, keys, icons),
+// the extension table (and where extensions lead), the subcategory table
+// and its look-ups, the membership table.
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <strings.h>
+#include <vector>
+
+#include "resources/resources.h"
+#include "vocabulary/filetypes.h"
+
+#include <gtest/gtest.h>
+
+// ---------------------------------------------------------------------------
+// Categories
+// ---------------------------------------------------------------------------
+
+TEST(Categories, TopLevelAreTheFirstThirteen) {
+    EXPECT_TRUE(KVE_fileCategoryEnum(5).topLevel());
+    EXPECT_FALSE(KVE_fileCategoryEnum(14).topLevel());
+    EXPECT_FALSE(KVE_fileCategoryEnum(38).topLevel()) << "the invalid row has no parent, yet is not top-level";
+    for (int v = 0; v < 38; ++v) EXPECT_EQ(KVE_fileCategoryEnum(v).topLevel(), v <= 12) << v;
+    KVE_fileCategoryEnum out;
+    out.setByIndex(500);
+    EXPECT_FALSE(out.topLevel());
+}
+
+TEST(Categories, ParentsAreTopLevelCategories) {
+    for (int v = 13; v < 38; ++v) {
+        int parent = KVE_fileCategoryEnum::infoArray[v].parent;
+        EXPECT_TRUE(KVE_fileCategoryEnum(parent).topLevel()) << v;
+    }
+}
+
+TEST(Categories, SharedFileStringsReachTheFirstRow) {
+    struct {
+        const char* text;
+        int first;
+    } cases[] = {{"User Files", 11}, {"checkpoints", 13}, {"REPORTS", 16}, {"System Files", 23},
+                 {"Local Dependencies", 20}, {"Miscellaneous Files", 10}};
+    for (const auto& c : cases) {
+        KVE_fileCategoryEnum e;
+        e.setByFileString(c.text);
+        EXPECT_EQ(e.value(), c.first) << c.text;
+    }
+}
+
+TEST(Categories, MessagesThatDifferFromTheFileString) {
+    KVE_fileCategoryEnum e;
+    e.setByMessageString("Workspace Dependencies");
+    EXPECT_EQ(e.value(), KVE_fileCategoryEnum::LocalDependencies);
+    e.setByMessageString("Tarnel Miscellaneous Files");
+    EXPECT_EQ(e.value(), KVE_fileCategoryEnum::MiscellaneousFiles);
+    e.setByMessageString("Miscellaneous Files");
+    EXPECT_EQ(e.value(), KVE_fileCategoryEnum::invalid) << "the file string of row 10 is not its message";
+    e.setByMessageString("User Files");
+    EXPECT_EQ(e.value(), 11) << "rows 11 and 12 share a message";
+}
+
+// ---------------------------------------------------------------------------
+// File types
+// ---------------------------------------------------------------------------
+
+TEST(FileTypes, FlagsAsTheTableSetsThem) {
+    std::map<std::string, unsigned> flagged = {
+        {"CIR", 5}, {"DO", 5}, {"DSL", 5}, {"MIF", 5}, {"NLF", 5}, {"PCA", 5}, {"PCV", 5},
+        {"SCH", 5}, {"SCV", 5}, {"LIB", 7}, {"SLB", 7}, {"FLB", 2}, {"PLB", 2}};
+    for (int v = 0; v <= 136; ++v) {
+        KVE_fileTypeEnum t(v);
+        auto it = flagged.find(t.getFileString());
+        unsigned flags = it == flagged.end() ? 0 : it->second;
+        EXPECT_EQ(t.canHaveDependencies(), (flags & 1) != 0) << t.getFileString();
+        EXPECT_EQ(t.isLibraryFile(), (flags & 2) != 0) << t.getFileString();
+        EXPECT_EQ(t.canHaveSubcategories(), (flags & 4) != 0) << t.getFileString();
+    }
+    EXPECT_TRUE(KVE_fileTypeEnum(106).canHaveSubcategories());
+    EXPECT_TRUE(KVE_fileTypeEnum(42).isLibraryFile());
+    EXPECT_FALSE(KVE_fileTypeEnum(42).canHaveDependencies());
+}
+
+TEST(FileTypes, OutOfRangeTypeHasNoCategoryNoFlagsNoKey) {
+    KVE_fileTypeEnum t(200);
+    EXPECT_EQ(t.value(), 136);
+    EXPECT_EQ(t.getCategory(), KVE_fileCategoryEnum::invalid);
+    EXPECT_FALSE(t.canHaveDependencies() || t.isLibraryFile() || t.canHaveSubcategories());
+    EXPECT_EQ(t.getIniFileCommandString(), nullptr);
+    KVE_fileTypeEnum raw;
+    raw.setByIndex(-7);
+    EXPECT_EQ(raw.getCategory(), KVE_fileCategoryEnum::invalid);
+    EXPECT_STREQ(raw.getFileString(), "invalid");
+}
+
+TEST(FileTypes, CommandKeys) {
+    EXPECT_EQ(KVE_fileTypeEnum(0).getIniFileCommandString(), nullptr);
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::SCH).getIniFileCommandString(), "SKETCHVANECMD");
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::LIB).getIniFileCommandString(), "PELLOCMD");
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::MVL).getIniFileCommandString(), "MSGVIEWCMD");
+}
+
+TEST(FileTypes, CategoriesOfTypesAreTopLevelOrNone) {
+    std::set<int> used;
+    for (int v = 0; v < 136; ++v) {
+        int c = KVE_fileTypeEnum(v).getCategory();
+        EXPECT_TRUE(c == KVE_fileCategoryEnum::invalid || KVE_fileCategoryEnum(c).topLevel()) << v;
+        used.insert(c);
+    }
+    EXPECT_EQ(used.count(KVE_fileCategoryEnum::MiscellaneousFiles), 0u) << "category 10 has no type of its own";
+    EXPECT_EQ(KVE_fileTypeEnum(KVE_fileTypeEnum::USER).getCategory(), KVE_fileCategoryEnum::UserFiles);
+    EXPECT_EQ(KVE_fileTypeEnum(KVE_fileTypeEnum::SCH).getCategory(), KVE_fileCategoryEnum::Sketchvane);
+}
+
+TEST(FileTypes, EnumeratorsNameTheirRows) {
+    EXPECT_EQ(KVE_fileTypeEnum::_1OP, 0);
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::_1OP).getFileString(), "1OP");
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::XRV).getFileString(), "XRV");
+    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::SUBCAT).getFileString(), "SUBCAT");
+    EXPECT_STREQ(KVE_fileCategoryEnum(KVE_fileCategoryEnum::SystemFiles_37).getFileString(), "System Files");
+    EXPECT_STREQ(KVE_fileCategoryEnum(KVE_fileCategoryEnum::DeviceProgrammingOutput).getFileString(),
+                 "Device Programming Output");
+    // Rows 131 and 132 share one message.
+    EXPECT_EQ(KVE_fileTypeEnum(131).getMessageID(), KVE_fileTypeEnum(132).getMessageID());
+    KVE_fileTypeEnum t;
+    t.setByMessageString("Tarnel Sketchvane Cross Reference");
+    EXPECT_EQ(t.value(), 131);
+}
+
+// Whether two icons have the same pixels.
+static bool samePixels(void* a, void* b) {
+    int wa = 0, ha = 0, wb = 0, hb = 0;
+    const uint8_t *pa = nullptr, *pb = nullptr;
+    if (!kvGetIconPixels(a, &wa, &ha, &pa) || !kvGetIconPixels(b, &wb, &hb, &pb)) return false;
+    return wa == wb && ha == hb && memcmp(pa, pb, static_cast<size_t>(wa) * ha * 4) == 0;
+}
+
+static int iconWidth(void* icon) {
+    int w = -1;
+    kvGetIconPixels(icon, &w, nullptr, nullptr);
+    return w;
+}
+
+TEST(FileTypes, EveryTypeAndCategoryHasAnIconAtThreeSizes) {
+    for (int v = 0; v <= 136; ++v) {
+        KVE_fileTypeEnum t(v);
+        void* icons[3] = {t.getSmallIcon(), t.getNormalIcon(), t.getLargeIcon()};
+        EXPECT_EQ(iconWidth(icons[0]), 16) << v;
+        EXPECT_EQ(iconWidth(icons[1]), 32) << v;
+        EXPECT_EQ(iconWidth(icons[2]), 48) << v;
+        for (void* icon : icons) EXPECT_TRUE(DestroyIcon(icon));
+    }
+    for (int v = 0; v <= 38; ++v) {
+        KVE_fileCategoryEnum c(v);
+        void* icons[3] = {c.getSmallIcon(), c.getNormalIcon(), c.getLargeIcon()};
+        EXPECT_EQ(iconWidth(icons[0]), 16) << v;
+        EXPECT_EQ(iconWidth(icons[1]), 32) << v;
+        EXPECT_EQ(iconWidth(icons[2]), 48) << v;
+        for (void* icon : icons) EXPECT_TRUE(DestroyIcon(icon));
+    }
+}
+
+TEST(FileTypes, IconIdZeroMeansTheUserFileIcon) {
+    KVE_fileTypeEnum asc(KVE_fileTypeEnum::ASC);
+    ASSERT_EQ(KVE_fileTypeEnum::infoArray[asc.value()].iconID, 0);
+    KVE_fileTypeEnum user(KVE_fileTypeEnum::USER);
+    ASSERT_EQ(KVE_fileTypeEnum::infoArray[user.value()].iconID, 102);
+    void* a[3] = {asc.getSmallIcon(), asc.getNormalIcon(), asc.getLargeIcon()};
+    void* u[3] = {user.getSmallIcon(), user.getNormalIcon(), user.getLargeIcon()};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(samePixels(a[i], u[i])) << "size " << i;
+        EXPECT_NE(a[i], u[i]) << "every call gives a new image";
+        DestroyIcon(a[i]);
+        DestroyIcon(u[i]);
+    }
+    // A different type's icon differs.
+    void* sch = KVE_fileTypeEnum(KVE_fileTypeEnum::SCH).getNormalIcon();
+    void* usr = user.getNormalIcon();
+    EXPECT_FALSE(samePixels(sch, usr));
+    DestroyIcon(sch);
+    DestroyIcon(usr);
+}
+
+// ---------------------------------------------------------------------------
+// The extension table
+// ---------------------------------------------------------------------------
+
+// The first row for an extension whose signature (if any) is taken to pass;
+// digits count as "#". -1 if none.
+static int typeOfExtension(const std::string& extension, bool signaturePasses = true) {
+    std::string key = extension;
+    for (char& c : key)
+        if (isdigit(static_cast<unsigned char>(c))) c = '#';
+    for (const fileExtensionRow& row : fileExtensionTable)
+        if (strcasecmp(row.pattern, key.c_str()) == 0 && (!row.signature || signaturePasses)) return row.type;
+    return -1;
+}
+
+TEST(Extensions, TableShape) {
+    EXPECT_EQ(sizeof(fileExtensionTable) / sizeof(fileExtensionTable[0]), 135u);
+    std::set<int> reached;
+    std::set<std::string> patterns;
+    for (const fileExtensionRow& row : fileExtensionTable) {
+        ASSERT_TRUE(row.type >= 0 && row.type < 136) << row.pattern;
+        reached.insert(row.type);
+        EXPECT_TRUE(patterns.insert(row.pattern).second) << "pattern " << row.pattern << " twice";
+        for (const char* p = row.pattern; *p; ++p)
+            EXPECT_TRUE(isupper(static_cast<unsigned char>(*p)) || *p == '#') << row.pattern;
+        EXPECT_LE(strlen(row.pattern), 4u) << "longer extensions never reach the table";
+    }
+    for (int v = 0; v < 136; ++v) {
+        bool none = v == 17 || v == 22 || v == 23 || v == 116 || v == 125;
+        EXPECT_EQ(reached.count(v) == 0, none) << KVE_fileTypeEnum(v).getFileString();
+    }
+}
+
+TEST(Extensions, PlainRowsUseTheFileString) {
+    std::set<std::string> special = {"#OP", "CSD", "D##", "G##", "J#", "J##", "R#", "R##", "R###"};
+    for (const fileExtensionRow& row : fileExtensionTable)
+        if (!special.count(row.pattern)) {
+            EXPECT_STREQ(row.pattern, KVE_fileTypeEnum(row.type).getFileString());
+        }
+}
+
+TEST(Extensions, SignatureRows) {
+    std::map<std::string, std::pair<int, std::string>> expected = {
+        {"ADF", {1, "ASC,0,9,*aperture"}},  {"CAT", {14, "BIN,0,4,0xFFFFFFFF"}},
+        {"CSD", {122, "ASC,0,2,#H"}},       {"DAT", {26, "BIN,0,4,0xFFFFFFFF"}},
+        {"DOC", {33, "ASC,0,10,FKDocument"}}, {"SCH", {106, "ASC,0,8,*version"}},
+        {"TXT", {122, "ASC,0,2,#H"}}};
+    size_t withSignature = 0;
+    for (const fileExtensionRow& row : fileExtensionTable) {
+        if (!row.signature) continue;
+        ++withSignature;
+        auto it = expected.find(row.pattern);
+        ASSERT_NE(it, expected.end()) << row.pattern;
+        EXPECT_EQ(row.type, it->second.first) << row.pattern;
+        EXPECT_STREQ(row.signature, it->second.second.c_str());
+        // The form the signature test reads.
+        char kind[8], pattern[32];
+        int offset = -1, length = -1;
+        ASSERT_EQ(sscanf(row.signature, "%7[^,],%d,%d,%31s", kind, &offset, &length, pattern), 4);
+        EXPECT_EQ(offset, 0);
+        EXPECT_TRUE(strcmp(kind, "ASC") == 0 || strcmp(kind, "BIN") == 0);
+        if (strcmp(kind, "ASC") == 0) {
+            EXPECT_EQ(static_cast<size_t>(length), strlen(pattern)) << row.pattern;
+        }
+    }
+    EXPECT_EQ(withSignature, expected.size());
+}
+
+TEST(Extensions, LeadToTheRightTypes) {
+    struct {
+        const char* extension;
+        int type;
+    } cases[] = {
+        {"d01", KVE_fileTypeEnum::DRILL}, {"g12", KVE_fileTypeEnum::GERBER}, {"j3", KVE_fileTypeEnum::JEDEC},
+        {"j33", KVE_fileTypeEnum::JEDEC}, {"r1", KVE_fileTypeEnum::RAMROM},  {"r12", KVE_fileTypeEnum::RAMROM},
+        {"r123", KVE_fileTypeEnum::RAMROM}, {"2op", KVE_fileTypeEnum::_1OP}, {"1OP", KVE_fileTypeEnum::_1OP},
+        {"d1", -1}, {"g1", -1}, {"j333", -1}, {"chkpt", -1}, {"user", -1}, {"cdf", -1},
+        {"csd", KVE_fileTypeEnum::TXT}, {"Sch", KVE_fileTypeEnum::SCH}, {"slb", KVE_fileTypeEnum::SLB},
+        {"xrv", KVE_fileTypeEnum::XRV}, {"do", KVE_fileTypeEnum::DO}, {"drill", -1},
+    };
+    for (const auto& c : cases) EXPECT_EQ(typeOfExtension(c.extension), c.type) << c.extension;
+    EXPECT_EQ(typeOfExtension("sch", false), -1) << "a schematic without its signature is no SCH";
+    EXPECT_EQ(typeOfExtension("csd", false), -1);
+}
+
+// ---------------------------------------------------------------------------
+// The subcategory table
+// ---------------------------------------------------------------------------
+
+TEST(SubCategories, RowsGroupedByTypeThenTheSentinel) {
+    const subCategoryRow& sentinel = subCategoryTable[subCategoryTableSize];
+    EXPECT_EQ(sentinel.subCategory, 38);
+    EXPECT_EQ(sentinel.type, 136);
+    EXPECT_EQ(sentinel.flags, 0u);
+    std::vector<int> order;
+    for (int i = 0; i < subCategoryTableSize; ++i) {
+        const subCategoryRow& row = subCategoryTable[i];
+        EXPECT_GE(row.subCategory, 16) << i;
+        EXPECT_LE(row.subCategory, 37) << i;
+        EXPECT_NE(row.subCategory, 34) << "no file shows Dependencies";
+        EXPECT_NE(row.subCategory, 36) << "no file shows the model libraries' System Files";
+        EXPECT_LE(row.flags, 2u) << i;
+        EXPECT_TRUE(KVE_fileTypeEnum(row.type).canHaveSubcategories()) << i;
+        if (order.empty() || order.back() != row.type) order.push_back(row.type);
+    }
+    std::vector<int> expected = {106, 19, 79, 62, 32, 37, 57, 68, 110};
+    EXPECT_EQ(order, expected) << "each type's rows stand together, in this order";
+}
+
+TEST(SubCategories, ParentTypeIsTheFirstRow) {
+    EXPECT_EQ(getParentTypeOfSubCategory(16), KVE_fileTypeEnum::SCH);
+    EXPECT_EQ(getParentTypeOfSubCategory(20), KVE_fileTypeEnum::SCH) << "SCH's row comes before PCA's";
+    EXPECT_EQ(getParentTypeOfSubCategory(24), KVE_fileTypeEnum::CIR);
+    EXPECT_EQ(getParentTypeOfSubCategory(30), KVE_fileTypeEnum::PCA);
+    EXPECT_EQ(getParentTypeOfSubCategory(35), KVE_fileTypeEnum::DSL);
+    EXPECT_EQ(getParentTypeOfSubCategory(37), KVE_fileTypeEnum::SLB);
+    for (int none : {0, 13, 15, 34, 36, 38, -1, 1000})
+        EXPECT_EQ(getParentTypeOfSubCategory(none), 136) << none;
+}
+
+TEST(SubCategories, SystemAndOutputFolderTests) {
+    EXPECT_TRUE(isSystemFileCategory(23, KVE_fileTypeEnum::SCH));
+    EXPECT_FALSE(isOutputCategory(23, KVE_fileTypeEnum::SCH));
+    EXPECT_TRUE(isOutputCategory(16, KVE_fileTypeEnum::SCH));
+    EXPECT_TRUE(isOutputCategory(17, KVE_fileTypeEnum::SCH));
+    EXPECT_FALSE(isOutputCategory(18, KVE_fileTypeEnum::SCH)) << "netlists are neither";
+    EXPECT_FALSE(isSystemFileCategory(18, KVE_fileTypeEnum::SCH));
+    EXPECT_TRUE(isOutputCategory(24, KVE_fileTypeEnum::CIR));
+    EXPECT_TRUE(isSystemFileCategory(25, KVE_fileTypeEnum::CIR));
+    EXPECT_TRUE(isSystemFileCategory(30, KVE_fileTypeEnum::PCA));
+    EXPECT_TRUE(isOutputCategory(28, KVE_fileTypeEnum::PCA));
+    EXPECT_FALSE(isOutputCategory(29, KVE_fileTypeEnum::PCA)) << "autorouter control is no output";
+    EXPECT_TRUE(isSystemFileCategory(37, KVE_fileTypeEnum::SLB));
+    // The row must be the type's own.
+    EXPECT_FALSE(isSystemFileCategory(23, KVE_fileTypeEnum::CIR));
+    EXPECT_FALSE(isOutputCategory(16, KVE_fileTypeEnum::PCA));
+    EXPECT_FALSE(isSystemFileCategory(23, KVE_fileTypeEnum::SCV)) << "SCV has the flag but no rows";
+    EXPECT_FALSE(isSystemFileCategory(38, 136)) << "the sentinel is no row";
+    int systemRows = 0, outputRows = 0;
+    for (int c = 0; c <= 38; ++c)
+        for (int t = 0; t <= 136; ++t) {
+            systemRows += isSystemFileCategory(c, t);
+            outputRows += isOutputCategory(c, t);
+        }
+    EXPECT_EQ(systemRows, 5);
+    EXPECT_EQ(outputRows, 8);
+}
+
+// ---------------------------------------------------------------------------
+// The membership table
+// ---------------------------------------------------------------------------
+
+TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
+    EXPECT_EQ(membershipTable[membershipTableSize].subCategory, 38);
+    EXPECT_EQ(membershipTable[membershipTableSize].type, 136);
+    std::map<int, int> perFolder;
+    for (int i = 0; i < membershipTableSize; ++i) {
+        const subCategoryMemberRow& row = membershipTable[i];
+        ASSERT_TRUE(row.type >= 0 && row.type < 136) << i;
+        EXPECT_FALSE(row.subCategory >= 19 && row.subCategory <= 22) << "checkpoint and dependency folders have no members";
+        if (i > 0) {
+            const subCategoryMemberRow& before = membershipTable[i - 1];
+            EXPECT_TRUE(before.type < row.type || (before.type == row.type && before.subCategory < row.subCategory))
+                << "row " << i;
+        }
+        ++perFolder[row.subCategory];
+    }
+    std::map<int, int> expected = {{16, 2},  {17, 5}, {18, 10}, {23, 28}, {24, 5},  {25, 5},
+                                   {26, 12}, {27, 3}, {28, 3},  {29, 1},  {30, 16}, {31, 3},
+                                   {32, 2},  {33, 2}, {35, 9},  {36, 2},  {37, 3}};
+    EXPECT_EQ(perFolder, expected);
+}
+
+TEST(Membership, SomeMembers) {
+    auto member = [](int folder, int type) {
+        for (const subCategoryMemberRow* r = membershipTable; r->subCategory != 38; ++r)
+            if (r->subCategory == folder && r->type == type) return true;
+        return false;
+    };
+    EXPECT_TRUE(member(23, KVE_fileTypeEnum::_1OP));
+    EXPECT_TRUE(member(25, KVE_fileTypeEnum::_1OP));
+    EXPECT_TRUE(member(35, KVE_fileTypeEnum::SCH)) << "a schematic beside a synthesis source";
+    EXPECT_TRUE(member(30, KVE_fileTypeEnum::PCV));
+    EXPECT_TRUE(member(17, KVE_fileTypeEnum::CSD));
+    EXPECT_FALSE(member(17, KVE_fileTypeEnum::SCH));
+}
+
+TEST(Membership, NetlistTypes) {
+    std::set<int> netlists = {KVE_fileTypeEnum::ALT, KVE_fileTypeEnum::CDI, KVE_fileTypeEnum::EDF,
+                              KVE_fileTypeEnum::NLF, KVE_fileTypeEnum::BRK, KVE_fileTypeEnum::PAD,
+                              KVE_fileTypeEnum::PRO, KVE_fileTypeEnum::TAN, KVE_fileTypeEnum::UPL,
+                              KVE_fileTypeEnum::XNF};
+    for (int t = -2; t <= 140; ++t) EXPECT_EQ(isNetlistTypeValue(t), netlists.count(t) == 1) << t;
+}
