@@ -249,15 +249,25 @@ __attribute__((noinline)) unsigned searchRun(ImplodeState* s, unsigned position,
     uint64_t need = 0xFF;   // the first `best` bytes
     for (;;) {
         const unsigned char* there = w + candidate;
-        uint64_t diff = loadLittle64(there) ^ head;
-        if ((diff & need) == 0) {
-            unsigned length = diff ? (unsigned)(__builtin_ctzll(diff) >> 3)
-                                   : commonLength(there, here, 8, maxMatchLength);
+        const uint64_t diff = loadLittle64(there) ^ head;
+        if (diff == 0) {
+            // Eight bytes or more: the only case that can end the scan.
+            unsigned length = commonLength(there, here, 8, maxMatchLength);
             if (length >= best) {
                 best = length;
                 bestAt = candidate;
                 if (length > plainScanEnd) break;
-                need = length >= 8 ? ~(uint64_t)0 : ((uint64_t)1 << (8 * length)) - 1;
+                need = ~(uint64_t)0;
+            }
+        } else {
+            // Below eight bytes: a candidate that passes reaches `best` and
+            // so becomes the match.
+            const bool pass = (diff & need) == 0;
+            const unsigned length = (unsigned)__builtin_ctzll(diff) >> 3;
+            if (pass) {
+                best = length;
+                bestAt = candidate;
+                need = ((uint64_t)1 << (8 * length)) - 1;
             }
         }
         candidate = list[++index];
