@@ -11,7 +11,12 @@
 // nearest one on equal length, but the oldest one that reaches the full 516),
 // and the token choice decides between literal and match with its lazy test.
 // What is free is how fast each step runs: bits go out through a 64-bit
-// accumulator, and bytes are compared eight at a time.
+// accumulator, bytes are compared eight at a time, runs of one hash are
+// indexed without a memory update per position, and the first look at a
+// position's hash run, which settles most positions of data with few
+// repeats, is branch-free and inlined into the token loop. Any change here
+// must keep the reference streams of tests/data/archive and the streams of
+// bench_codec's peer.
 #include "archive/implode.h"
 
 #include <cstdint>
