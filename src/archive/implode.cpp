@@ -244,41 +244,38 @@ __attribute__((noinline)) unsigned searchRun(ImplodeState* s, unsigned position,
     unsigned candidate = list[index];
     if (candidate >= end) return 0;
 
-    unsigned best = 1;
-    unsigned bestAt = 0;
     // Plain scan. Equal pair hash and equal first byte make the second byte
-    // equal too. A candidate can reach `best` only if its first `best` bytes
-    // agree with those at `position`; while best is below 8, one comparison
-    // of 8 bytes under a mask tells, and gives the length if it is below 8.
+    // equal too. A candidate becomes the match when its length is not below
+    // the best so far, so that at the end the match is the longest, and the
+    // last (nearest) of the longest: the greatest of length << 16 | position,
+    // as positions ascend. Taken so, the scan has no branch on each
+    // candidate's outcome. Lengths below 8 come from one comparison of 8
+    // bytes; only a candidate of 8 or more is compared further, and the first
+    // above 10 ends the scan.
     const uint64_t head = loadLittle64(here);
-    uint64_t need = 0xFF;   // the first `best` bytes
+    uint32_t bestKey = 0;
+    unsigned best, bestAt;
     for (;;) {
         const unsigned char* there = w + candidate;
         const uint64_t diff = loadLittle64(there) ^ head;
-        if (diff == 0) {
-            // Eight bytes or more: the only case that can end the scan.
-            unsigned length = commonLength(there, here, 8, maxMatchLength);
-            if (length >= best) {
-                best = length;
-                bestAt = candidate;
-                if (length > plainScanEnd) break;
-                need = ~(uint64_t)0;
-            }
+        unsigned length;
+        if (__builtin_expect(diff != 0, 1)) {
+            length = (unsigned)__builtin_ctzll(diff) >> 3;
         } else {
-            // Below eight bytes: a candidate that passes reaches `best` and
-            // so becomes the match.
-            const bool pass = (diff & need) == 0;
-            const unsigned length = (unsigned)__builtin_ctzll(diff) >> 3;
-            if (pass) {
+            length = commonLength(there, here, 8, maxMatchLength);
+            if (length > plainScanEnd) {
                 best = length;
                 bestAt = candidate;
-                need = ((uint64_t)1 << (8 * length)) - 1;
+                break;
             }
         }
+        const uint32_t key = length << 16 | candidate;
+        bestKey = key > bestKey ? key : bestKey;
         candidate = list[++index];
         if (candidate >= end) {
+            best = bestKey >> 16;
             if (best < minMatchLength) return 0;
-            *distance = position - bestAt - 1;
+            *distance = position - (bestKey & 0xFFFF) - 1;
             return best;
         }
     }
