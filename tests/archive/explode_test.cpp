@@ -1,0 +1,377 @@
+// Tests of explode: the results and the order of their tests, streams built
+// by hand that only a decoder sees, cut-off and damaged streams, and what its
+// call-backs see.
+//
+// Divided into: fixed vectors, failure results, hand-built streams (literals,
+// matches, lengths, distances), the end of the input, damaged streams, and
+// the call-back contract.
+#include <string>
+
+#include "codectest.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const unsigned dictionaryBitsAll[] = {4, 5, 6};
+
+// n distinct-looking bytes, as literals, so that any match into them shows
+// where it copied from.
+Bytes history(size_t n)
+{
+    Bytes b(n);
+    for (size_t i = 0; i < n; ++i) b[i] = static_cast<unsigned char>(i * 7 + i / 256);
+    return b;
+}
+
+void putLiterals(StreamWriter& w, Bytes& expected, const Bytes& bytes)
+{
+    for (unsigned char c : bytes) w.literal(c);
+    expected.insert(expected.end(), bytes.begin(), bytes.end());
+}
+
+}  // namespace
+
+// --- fixed vectors -----------------------------------------------------------
+
+TEST(ExplodeVectors, SingleByte)
+{
+    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}));
+    EXPECT_EQ(run.result, 0u);
+    EXPECT_EQ(run.output, bytesOf("A"));
+}
+
+TEST(ExplodeVectors, RunOfFortyFromADistanceOfTwo)
+{
+    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0xC2, 0x84, 0x85, 0xFD, 0x20, 0xE0, 0x1F}));
+    EXPECT_EQ(run.result, 0u);
+    EXPECT_EQ(run.output, Bytes(40, 0x61));
+}
+
+// --- failure results ---------------------------------------------------------
+
+TEST(ExplodeResults, ShortFirstReadIsResult3)
+{
+    const Bytes cases[] = {
+        {}, bytesOf({0x00}), bytesOf({0x00, 0x06}), bytesOf({0x00, 0x06, 0x01}),
+        bytesOf({0x00, 0x06, 0x01, 0xFF}),   // the valid stream of an empty input
+        bytesOf({0x07, 0x09, 0x00, 0x00}),   // tested before the header bytes
+    };
+    for (const Bytes& stream : cases) {
+        CodecRun run = runExplode(stream);
+        EXPECT_EQ(run.result, 3u) << stream.size() << " bytes";
+        EXPECT_TRUE(run.writeSizes.empty()) << "nothing is handed over";
+        EXPECT_EQ(run.readWants.size(), 1u);
+    }
+}
+
+TEST(ExplodeResults, FirstReadCountsEvenIfMoreWouldFollow)
+{
+    // A read call-back that delivers 4 bytes at a time: the stream is good,
+    // but the first read is short.
+    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}), 4);
+    EXPECT_EQ(run.result, 3u);
+    EXPECT_TRUE(run.output.empty());
+}
+
+TEST(ExplodeResults, HeaderChecksInOrder)
+{
+    const struct { int mode, bits; unsigned result; } cases[] = {
+        {0, 7, 1}, {0, 3, 1}, {0, 0, 1}, {1, 0xFF, 1},
+        {2, 7, 1},   // the dictionary bits are tested before the mode
+        {2, 6, 2}, {0xFF, 4, 2}, {3, 5, 2},
+        {0, 4, 0}, {1, 5, 0}, {1, 6, 0},
+    };
+    for (const auto& c : cases) {
+        // Behind the header: the end mark and some slack bytes.
+        CodecRun run = runExplode(bytesOf({c.mode, c.bits, 0x01, 0xFF, 0x00}));
+        EXPECT_EQ(run.result, c.result) << "mode " << c.mode << " bits " << c.bits;
+        if (c.result != 0) {
+            EXPECT_TRUE(run.writeSizes.empty());
+        }
+    }
+}
+
+TEST(ExplodeResults, CutOffStreamIsResult4AndKeepsWhatItHeld)
+{
+    Bytes input = designText(20000, 4);
+    for (unsigned mode : {0u, 1u}) {
+        Bytes stream = runImplode(input, mode, 2048).output;
+        for (size_t keep : {size_t(5), size_t(6), size_t(100), stream.size() / 2, stream.size() - 2,
+                            stream.size() - 1}) {
+            CodecRun run = runExplode(Bytes(stream.begin(), stream.begin() + keep));
+            EXPECT_EQ(run.result, 4u) << "kept " << keep << " of " << stream.size();
+            ASSERT_LE(run.output.size(), input.size());
+            EXPECT_TRUE(std::equal(run.output.begin(), run.output.end(), input.begin()))
+                << "output is a prefix of the input";
+            ASSERT_FALSE(run.writeSizes.empty()) << "the last call is made on result 4 too";
+        }
+    }
+}
+
+TEST(ExplodeResults, EveryCutOfASmallStreamFails)
+{
+    Bytes input = bytesOf("R12 N001 N002 4.7k\r\nR13 N001 N002 4.7k\r\n");
+    Bytes stream = runImplode(input, 1, 1024).output;
+    for (size_t keep = 0; keep < stream.size(); ++keep) {
+        CodecRun run = runExplode(Bytes(stream.begin(), stream.begin() + keep));
+        EXPECT_EQ(run.result, keep < 5 ? 3u : 4u) << "kept " << keep;
+    }
+    EXPECT_EQ(runExplode(stream).result, 0u);
+}
+
+// --- hand-built streams ------------------------------------------------------
+
+TEST(ExplodeLiterals, EveryByteInBothModes)
+{
+    Bytes all(256);
+    for (unsigned i = 0; i < 256; ++i) all[i] = static_cast<unsigned char>(i);
+    for (unsigned mode : {0u, 1u})
+        for (unsigned bits : dictionaryBitsAll) {
+            StreamWriter w(mode, bits);
+            Bytes expected;
+            putLiterals(w, expected, all);
+            // and backwards, so that each code also follows every other length
+            putLiterals(w, expected, Bytes(all.rbegin(), all.rend()));
+            w.endMark();
+            CodecRun run = runExplode(w.finish());
+            EXPECT_EQ(run.result, 0u) << "mode " << mode << " bits " << bits;
+            EXPECT_TRUE(run.output == expected) << "mode " << mode << " bits " << bits;
+        }
+}
+
+TEST(ExplodeLiterals, AsciiCodesOfEveryLength)
+{
+    // One byte per code length 4 to 13, each alone in a stream.
+    for (unsigned length = 4; length <= 13; ++length) {
+        int byte = -1;
+        for (unsigned b = 0; b < 256 && byte < 0; ++b)
+            if (asciiCodeBits[b] == length) byte = static_cast<int>(b);
+        ASSERT_GE(byte, 0) << "no code of " << length << " bits";
+        StreamWriter w(1, 4);
+        w.literal(static_cast<unsigned char>(byte));
+        w.endMark();
+        CodecRun run = runExplode(w.finish());
+        EXPECT_EQ(run.result, 0u) << length << " bits";
+        EXPECT_EQ(run.output, Bytes(1, static_cast<unsigned char>(byte))) << length << " bits";
+    }
+}
+
+TEST(ExplodeMatches, LengthTwoReachesEveryDistanceUpTo256)
+{
+    for (unsigned bits : dictionaryBitsAll) {
+        StreamWriter w(0, bits);
+        Bytes expected;
+        putLiterals(w, expected, history(300));
+        for (unsigned distance = 1; distance <= 256; ++distance) {
+            w.match(2, distance);
+            expandMatch(expected, 2, distance);
+        }
+        w.endMark();
+        CodecRun run = runExplode(w.finish());
+        EXPECT_EQ(run.result, 0u) << "bits " << bits;
+        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+    }
+}
+
+TEST(ExplodeMatches, DistanceOneRepeatsTheLastByte)
+{
+    StreamWriter w(0, 6);
+    w.literal('x');
+    w.match(516, 1);
+    w.literal('y');
+    w.match(3, 1);
+    w.endMark();
+    CodecRun run = runExplode(w.finish());
+    EXPECT_EQ(run.result, 0u);
+    Bytes expected(517, 'x');
+    expected.insert(expected.end(), 4, 'y');
+    EXPECT_TRUE(run.output == expected);
+}
+
+TEST(ExplodeMatches, EveryLengthIncludingThoseImplodeNeverWrites)
+{
+    for (unsigned bits : dictionaryBitsAll) {
+        StreamWriter w(1, bits);
+        Bytes expected;
+        putLiterals(w, expected, history(600));
+        for (unsigned length = 2; length <= 518; ++length) {
+            unsigned distance = length == 2 ? 1 + length % 256 : 1 + (length * 37) % (expected.size() < 4096 ? expected.size() : 4096);
+            if (distance > (64u << bits)) distance = 64u << bits;
+            w.match(length, distance);
+            expandMatch(expected, length, distance);
+        }
+        w.endMark();
+        CodecRun run = runExplode(w.finish());
+        EXPECT_EQ(run.result, 0u) << "bits " << bits;
+        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+    }
+}
+
+TEST(ExplodeMatches, GreatestDistanceOfEachDictionary)
+{
+    for (unsigned bits : dictionaryBitsAll) {
+        const unsigned greatest = 64u << bits;   // D = (63 << bits) | mask
+        StreamWriter w(0, bits);
+        Bytes expected;
+        putLiterals(w, expected, history(greatest + 10));
+        w.match(3, greatest);
+        expandMatch(expected, 3, greatest);
+        w.match(200, greatest - 1);
+        expandMatch(expected, 200, greatest - 1);
+        w.endMark();
+        CodecRun run = runExplode(w.finish());
+        EXPECT_EQ(run.result, 0u) << "bits " << bits;
+        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+    }
+}
+
+TEST(ExplodeMatches, LongMatchesAcrossTheOutputBlocks)
+{
+    // Long overlapping copies that cross the 4096-byte hand-over again and
+    // again, at distances below and above the copy's stride.
+    StreamWriter w(0, 6);
+    Bytes expected;
+    putLiterals(w, expected, history(13));
+    for (int i = 0; i < 200; ++i) {
+        unsigned length = 300 + (i * 97) % 219;
+        unsigned distance = 1 + (i * 131) % (expected.size() < 4096 ? expected.size() : 4096);
+        w.match(length, distance);
+        expandMatch(expected, length, distance);
+        if (i % 17 == 0) putLiterals(w, expected, history(3));
+    }
+    w.endMark();
+    CodecRun run = runExplode(w.finish());
+    EXPECT_EQ(run.result, 0u);
+    EXPECT_TRUE(run.output == expected);
+}
+
+TEST(ExplodeMatches, ReachingBehindTheOutputReadsZerosOnEveryCall)
+{
+    // A damaged stream that copies from before its own first byte gets zeros,
+    // never bytes of an earlier stream decoded with the same work area.
+    static ExplodeWork work;
+    Bytes first = runImplode(randomBytes(10000, 8), 0, 4096).output;
+    CodecRun ignored;
+    CodecIo io{&first, 0, 0, &ignored};
+    ASSERT_EQ(explode(testRead, testWrite, &work, &io), 0u);
+
+    StreamWriter w(0, 6);
+    w.literal('a');
+    w.match(10, 4000);
+    w.endMark();
+    Bytes stream = w.finish();
+    CodecRun run;
+    CodecIo io2{&stream, 0, 0, &run};
+    EXPECT_EQ(explode(testRead, testWrite, &work, &io2), 0u);
+    Bytes expected = bytesOf("a");
+    expected.insert(expected.end(), 10, 0);
+    EXPECT_EQ(run.output, expected);
+}
+
+// --- the end of the input ----------------------------------------------------
+
+TEST(ExplodeEnd, EndMarkEndingExactlyAtTheLastByte)
+{
+    // Eight binary literals (72 bits) and the end mark (16 bits) fill the 11
+    // bytes behind the header exactly, so the end mark's extra bits are the
+    // input's last.
+    StreamWriter w(0, 6);
+    Bytes expected;
+    putLiterals(w, expected, bytesOf("netlist!"));
+    w.endMark();
+    Bytes stream = w.finish();
+    ASSERT_EQ(stream.size(), 13u);
+    CodecRun run = runExplode(stream);
+    EXPECT_EQ(run.result, 0u);
+    EXPECT_EQ(run.output, expected);
+}
+
+TEST(ExplodeEnd, ATokenCountsOnlyWithEightBitsBehindIt)
+{
+    // The decoder keeps eight bits of look-ahead: cut off, the stream gives
+    // the tokens that have eight more bits behind them, and no others.
+    StreamWriter w(0, 6);
+    Bytes ignored;
+    putLiterals(w, ignored, bytesOf("netlist!"));   // literal k ends at bit 9k
+    w.endMark();
+    Bytes stream = w.finish();
+    for (size_t keep = 5; keep < stream.size(); ++keep) {
+        size_t bitsBehindHeader = (keep - 2) * 8;
+        size_t literals = 0;
+        while (literals < 8 && (literals + 1) * 9 + 8 <= bitsBehindHeader) ++literals;
+        CodecRun run = runExplode(Bytes(stream.begin(), stream.begin() + keep));
+        EXPECT_EQ(run.result, 4u) << "kept " << keep;
+        EXPECT_EQ(run.output, Bytes(ignored.begin(), ignored.begin() + literals)) << "kept " << keep;
+    }
+}
+
+TEST(ExplodeEnd, DataBehindTheEndMarkIsNotRead)
+{
+    Bytes stream = bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01});
+    Bytes padded = stream;
+    padded.insert(padded.end(), 5000, 0xEE);
+    CodecRun run = runExplode(padded);
+    EXPECT_EQ(run.result, 0u);
+    EXPECT_EQ(run.output, bytesOf("A"));
+    EXPECT_EQ(run.readWants.size(), 1u) << "the end mark lay in the first block";
+}
+
+// --- damaged streams ---------------------------------------------------------
+
+TEST(ExplodeDamaged, FlippedBitsNeverCrashAndGiveAKnownResult)
+{
+    Bytes input = designText(30000, 6);
+    Bytes stream = runImplode(input, 1, 4096).output;
+    for (size_t i = 2; i < stream.size(); i += 97) {
+        Bytes bad = stream;
+        bad[i] ^= static_cast<unsigned char>(1u << (i % 8));
+        CodecRun run = runExplode(bad);
+        EXPECT_TRUE(run.result == 0u || run.result == 4u) << "byte " << i << " result " << run.result;
+        ASSERT_FALSE(run.writeSizes.empty());
+    }
+}
+
+TEST(ExplodeDamaged, ArbitraryBytesBehindAValidHeader)
+{
+    for (uint32_t seed = 1; seed <= 200; ++seed) {
+        Bytes stream = randomBytes(5 + seed * 37, seed);
+        stream[0] = static_cast<unsigned char>(seed % 2);
+        stream[1] = static_cast<unsigned char>(4 + seed % 3);
+        CodecRun run = runExplode(stream);
+        EXPECT_TRUE(run.result == 0u || run.result == 4u) << "seed " << seed;
+    }
+}
+
+// --- call-backs --------------------------------------------------------------
+
+TEST(ExplodeCallbacks, BlocksOf4096ThenTheRestFromZeroBytesUp)
+{
+    const struct { size_t size; std::vector<unsigned> calls; } cases[] = {
+        {1, {1}},
+        {4095, {4095}},
+        {4096, {4096, 0}},   // the position reaches 8192 with the last token
+        {4097, {4096, 1}},
+        {8192, {4096, 4096, 0}},
+        {10000, {4096, 4096, 1808}},
+    };
+    for (const auto& c : cases) {
+        Bytes input = randomBytes(c.size, 12);
+        CodecRun run = runExplode(runImplode(input, 0, 4096).output);
+        EXPECT_EQ(run.result, 0u) << c.size;
+        EXPECT_EQ(run.writeSizes, c.calls) << c.size;
+        EXPECT_TRUE(run.output == input) << c.size;
+    }
+}
+
+TEST(ExplodeCallbacks, AlwaysAsksFor2048AndTakesShortReads)
+{
+    Bytes input = designText(60000, 13);
+    Bytes stream = runImplode(input, 0, 4096).output;
+    for (unsigned piece : {0u, 5u, 13u, 1000u}) {
+        CodecRun run = runExplode(stream, piece);
+        EXPECT_EQ(run.result, 0u) << "pieces of " << piece;
+        EXPECT_TRUE(run.output == input) << "pieces of " << piece;
+        for (unsigned want : run.readWants) EXPECT_EQ(want, 2048u);
+    }
+}

@@ -1,0 +1,238 @@
+// Tests of implode: the streams it must write to the byte, its parameter
+// checks, and what its call-backs see.
+//
+// Divided into: the code tables, fixed streams (small vectors and the
+// reference files), parameters, the call-back contract, and independence of
+// how the input arrives and of the work area's old contents.
+#include <string>
+
+#include "codectest.h"
+#include "support/tempdir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The sum of 2^-bits over a code, as a fraction of 2^13: a complete prefix
+// code gives exactly 2^13, so that every bit pattern reads as a symbol.
+template <typename Bits>
+unsigned kraftSum(const Bits* bits, unsigned count)
+{
+    unsigned sum = 0;
+    for (unsigned i = 0; i < count; ++i) sum += 1u << (13 - bits[i]);
+    return sum;
+}
+
+// True if no code of the table is a prefix of another (least significant
+// bit first).
+template <typename Code, typename Bits>
+bool prefixFree(const Code* codes, const Bits* bits, unsigned count)
+{
+    for (unsigned a = 0; a < count; ++a)
+        for (unsigned b = 0; b < count; ++b) {
+            if (a == b || bits[a] > bits[b]) continue;
+            if ((codes[b] & ((1u << bits[a]) - 1)) == codes[a]) return false;
+        }
+    return true;
+}
+
+Bytes referenceFile(const std::string& name) { return bytesOf(readFile(testData("archive/" + name))); }
+
+}  // namespace
+
+// --- the code tables ---------------------------------------------------------
+
+TEST(CodeTables, AreCompletePrefixCodes)
+{
+    EXPECT_EQ(kraftSum(lengthCodeBits, 16), 1u << 13) << "length classes";
+    EXPECT_TRUE(prefixFree(lengthCodes, lengthCodeBits, 16));
+    EXPECT_EQ(kraftSum(distanceCodeBits, 64), 1u << 13) << "distance high parts";
+    EXPECT_TRUE(prefixFree(distanceCodes, distanceCodeBits, 64));
+    EXPECT_EQ(kraftSum(asciiCodeBits, 256), 1u << 13) << "ASCII literals";
+    EXPECT_TRUE(prefixFree(asciiCodes, asciiCodeBits, 256));
+}
+
+TEST(CodeTables, SampledEntriesAsPublished)
+{
+    struct Entry { unsigned symbol, bits, code; };
+    const Entry ascii[] = {
+        {0x00, 11, 0x490}, {0x01, 12, 0xFE0}, {0x0A, 7, 0x062}, {0x0D, 7, 0x022}, {0x1A, 13, 0x1240},
+        {0x20, 4, 0x00F}, {0x30, 7, 0x05C}, {0x45, 5, 0x017}, {0x61, 5, 0x007}, {0x65, 5, 0x01B},
+        {0x7F, 12, 0x3A0}, {0x80, 13, 0x240}, {0xB0, 12, 0xDA0}, {0xE0, 13, 0x300}, {0xE1, 12, 0xD40},
+        {0xF2, 12, 0xE40}, {0xFF, 13, 0x000},
+    };
+    for (const Entry& e : ascii) {
+        EXPECT_EQ(asciiCodeBits[e.symbol], e.bits) << "byte " << e.symbol;
+        EXPECT_EQ(asciiCodes[e.symbol], e.code) << "byte " << e.symbol;
+    }
+    const Entry distance[] = {{0, 2, 0x03}, {7, 6, 0x3E}, {22, 7, 0x42}, {48, 8, 0xF0}, {63, 8, 0x00}};
+    for (const Entry& e : distance) {
+        EXPECT_EQ(distanceCodeBits[e.symbol], e.bits) << "high part " << e.symbol;
+        EXPECT_EQ(distanceCodes[e.symbol], e.code) << "high part " << e.symbol;
+    }
+    EXPECT_EQ(lengthCodes[15], 0x00);
+    EXPECT_EQ(lengthCodeBits[15], 7);
+    EXPECT_EQ(lengthExtraBits[15], 8);
+    EXPECT_EQ(lengthBase[15] + 255 + 2, 519) << "class 15 with all extra bits set is the end mark";
+}
+
+// --- fixed streams -----------------------------------------------------------
+
+TEST(ImplodeStreams, SmallVectors)
+{
+    EXPECT_EQ(runImplode({}, 0, 4096).output, bytesOf({0x00, 0x06, 0x01, 0xFF})) << "empty input";
+    EXPECT_EQ(runImplode(bytesOf("A"), 0, 4096).output, bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}));
+    EXPECT_EQ(runImplode(Bytes(40, 0x61), 0, 4096).output,
+              bytesOf({0x00, 0x06, 0xC2, 0x84, 0x85, 0xFD, 0x20, 0xE0, 0x1F}))
+        << "two literals, then length 38 at distance 2 (distance 1 is never found)";
+}
+
+TEST(ImplodeStreams, HeaderNamesModeAndDictionary)
+{
+    const struct { unsigned mode, dictionary; int b0, b1; } cases[] = {
+        {0, 1024, 0, 4}, {0, 2048, 0, 5}, {0, 4096, 0, 6}, {1, 1024, 1, 4}, {1, 2048, 1, 5}, {1, 4096, 1, 6},
+    };
+    for (const auto& c : cases) {
+        CodecRun run = runImplode(bytesOf("header"), c.mode, c.dictionary);
+        ASSERT_GE(run.output.size(), 2u);
+        EXPECT_EQ(run.output[0], c.b0);
+        EXPECT_EQ(run.output[1], c.b1);
+    }
+}
+
+TEST(ImplodeStreams, AsciiModeCodesLiteralsByTheTable)
+{
+    // 'e' is 5 bits 0x1B: the stream is 0 + code, then the end mark.
+    StreamWriter expected(1, 6);
+    expected.literal('e');
+    expected.endMark();
+    EXPECT_EQ(runImplode(bytesOf("e"), 1, 4096).output, expected.finish());
+}
+
+TEST(ImplodeStreams, ReferenceFilesToTheByte)
+{
+    for (const char* name : {"amp_stage.cir", "mixed.bin"}) {
+        Bytes input = referenceFile(name);
+        ASSERT_FALSE(input.empty()) << name;
+        for (unsigned mode : {0u, 1u})
+            for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+                std::string stream = std::string(name) + (mode ? ".ascii" : ".binary") +
+                                     std::to_string(dictionary) + ".imp";
+                Bytes expected = referenceFile(stream);
+                ASSERT_FALSE(expected.empty()) << stream;
+                EXPECT_TRUE(runImplode(input, mode, dictionary).output == expected) << stream;
+                CodecRun back = runExplode(expected);
+                EXPECT_EQ(back.result, 0u) << stream;
+                EXPECT_TRUE(back.output == input) << stream;
+            }
+    }
+}
+
+TEST(ImplodeStreams, MatchIsCutBackAtTheEndOfTheData)
+{
+    // The second half repeats the first but stops early: the match at its
+    // start reaches past the end and must be shortened, never run on into
+    // what the window held beyond the data.
+    Bytes input = designText(3000, 11);
+    input.insert(input.end(), input.begin(), input.begin() + 700);
+    for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+        CodecRun back = runExplode(runImplode(input, 0, dictionary).output);
+        EXPECT_EQ(back.result, 0u);
+        EXPECT_TRUE(back.output == input) << "dictionary " << dictionary;
+    }
+}
+
+// --- parameters --------------------------------------------------------------
+
+TEST(ImplodeParameters, BadValuesFailBeforeAnyCall)
+{
+    const struct { unsigned mode, dictionary, result; } cases[] = {
+        {0, 0, 1}, {0, 512, 1}, {0, 4095, 1}, {0, 8192, 1}, {1, 1000, 1},
+        {2, 4096, 2}, {0xFFFFFFFF, 1024, 2},
+        {2, 8192, 1},   // the dictionary size is tested first
+    };
+    for (const auto& c : cases) {
+        CodecRun run = runImplode(bytesOf("data"), c.mode, c.dictionary);
+        EXPECT_EQ(run.result, c.result) << "mode " << c.mode << " dictionary " << c.dictionary;
+        EXPECT_TRUE(run.readWants.empty());
+        EXPECT_TRUE(run.writeSizes.empty());
+    }
+}
+
+TEST(ImplodeParameters, AreNotChanged)
+{
+    static ImplodeWork work;
+    Bytes input = bytesOf("abc");
+    CodecRun run;
+    CodecIo io{&input, 0, 0, &run};
+    unsigned mode = 1, dictionary = 2048;
+    EXPECT_EQ(implode(testRead, testWrite, &work, &io, &mode, &dictionary), 0u);
+    EXPECT_EQ(mode, 1u);
+    EXPECT_EQ(dictionary, 2048u);
+}
+
+// --- call-backs --------------------------------------------------------------
+
+TEST(ImplodeCallbacks, WritesWholeBlocksOf2048ThenTheRest)
+{
+    for (size_t size : {size_t(1), size_t(5000), size_t(100000), size_t(300000)}) {
+        CodecRun run = runImplode(randomBytes(size, 3), 0, 4096);
+        ASSERT_FALSE(run.writeSizes.empty());
+        for (size_t i = 0; i + 1 < run.writeSizes.size(); ++i) EXPECT_EQ(run.writeSizes[i], 2048u) << "call " << i;
+        EXPECT_GE(run.writeSizes.back(), 1u);
+        EXPECT_LE(run.writeSizes.back(), 2048u);
+    }
+}
+
+TEST(ImplodeCallbacks, StreamsEndingOnABlockBoundaryStillEndWithANonEmptyCall)
+{
+    // Random bytes in binary mode cost 9 bits each; look for inputs whose
+    // stream is an exact multiple of 2048 bytes, or one byte more.
+    int found = 0;
+    for (size_t size = 1800; size < 2000 && found < 2; ++size) {
+        CodecRun run = runImplode(randomBytes(size, 5), 0, 4096);
+        size_t total = run.output.size();
+        if (total % 2048 > 1) continue;
+        ++found;
+        for (size_t i = 0; i + 1 < run.writeSizes.size(); ++i) EXPECT_EQ(run.writeSizes[i], 2048u);
+        EXPECT_GE(run.writeSizes.back(), 1u) << "stream of " << total << " bytes";
+    }
+    EXPECT_GT(found, 0) << "no input of the range hit a block boundary";
+}
+
+TEST(ImplodeCallbacks, AsksForAtMost4096Bytes)
+{
+    CodecRun run = runImplode(randomBytes(50000, 9), 1, 1024);
+    ASSERT_FALSE(run.readWants.empty());
+    for (unsigned want : run.readWants) {
+        EXPECT_GE(want, 1u);
+        EXPECT_LE(want, 4096u);
+    }
+    EXPECT_EQ(run.readWants.front(), 4096u);
+}
+
+TEST(ImplodeCallbacks, OutputDoesNotDependOnHowTheInputArrives)
+{
+    Bytes input = designText(70000, 21);
+    for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+        Bytes whole = runImplode(input, 0, dictionary).output;
+        for (unsigned piece : {1u, 7u, 516u, 2048u, 4095u}) {
+            CodecRun run = runImplode(input, 0, dictionary, piece);
+            EXPECT_TRUE(run.output == whole) << "dictionary " << dictionary << " pieces of " << piece;
+        }
+    }
+}
+
+TEST(ImplodeCallbacks, OutputDoesNotDependOnTheWorkAreasOldContents)
+{
+    // Sizes whose last block reaches the very end of the window, where the
+    // search looks past the data.
+    for (size_t size : {size_t(4095), size_t(4096 + 4095), size_t(12287)}) {
+        Bytes input = smallAlphabet(size, 2, 17);
+        for (unsigned dictionary : {1024u, 4096u}) {
+            Bytes zeroed = runImplode(input, 0, dictionary, 0, 0x00).output;
+            EXPECT_TRUE(runImplode(input, 0, dictionary, 0, 0xFF).output == zeroed) << size;
+            EXPECT_TRUE(runImplode(input, 0, dictionary, 0, 0x61).output == zeroed) << size;
+        }
+    }
+}

@@ -1,0 +1,107 @@
+// Round trips through implode and explode: generated inputs of many kinds
+// and sizes, in both literal modes and with all three dictionary sizes.
+//
+// Sizes sit at and around the boundaries of the codecs' blocks: 516 (the
+// look-ahead), 2048 (an output block of implode), 4096 (an input block of
+// implode and an output block of explode), 4096 + 516, and their multiples,
+// and a few megabytes.
+#include <string>
+
+#include "codectest.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Kind {
+    const char* name;
+    Bytes (*make)(size_t size, uint32_t seed);
+};
+
+const Kind kinds[] = {
+    {"random", [](size_t n, uint32_t s) { return randomBytes(n, s); }},
+    {"text", [](size_t n, uint32_t s) { return designText(n, s); }},
+    {"two letters", [](size_t n, uint32_t s) { return smallAlphabet(n, 2, s); }},
+    {"runs", [](size_t n, uint32_t s) { return runsOf(n, s); }},
+    {"zeros", [](size_t n, uint32_t) { return Bytes(n, 0); }},
+    {"one value", [](size_t n, uint32_t) { return Bytes(n, 0xFF); }},
+};
+
+// Compresses and expands `input` in every mode and dictionary size, and
+// checks that the result is the input.
+void roundTrip(const Bytes& input, const std::string& what)
+{
+    for (unsigned mode : {0u, 1u})
+        for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+            CodecRun packed = runImplode(input, mode, dictionary);
+            ASSERT_EQ(packed.result, 0u);
+            CodecRun back = runExplode(packed.output);
+            ASSERT_EQ(back.result, 0u) << what << " mode " << mode << " dictionary " << dictionary;
+            ASSERT_TRUE(back.output == input) << what << " mode " << mode << " dictionary " << dictionary;
+        }
+}
+
+}  // namespace
+
+TEST(RoundTrip, EmptyInputGivesTheStreamThatExplodeRefuses)
+{
+    for (unsigned mode : {0u, 1u})
+        for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+            CodecRun packed = runImplode({}, mode, dictionary);
+            EXPECT_EQ(packed.output.size(), 4u);
+            EXPECT_EQ(runExplode(packed.output).result, 3u);
+        }
+}
+
+TEST(RoundTrip, SizesAroundTheBlockBoundaries)
+{
+    const size_t sizes[] = {
+        1, 2, 3, 8, 515, 516, 517, 1023, 1024, 1025, 2047, 2048, 2049, 4095, 4096, 4097,
+        4611, 4612, 4613, 6143, 6144, 6145, 8191, 8192, 8193, 8708, 12287, 12288, 12289,
+        16384, 16385, 20480 + 516, 40959, 40960, 40961,
+    };
+    uint32_t seed = 1;
+    for (const Kind& kind : kinds)
+        for (size_t size : sizes) {
+            SCOPED_TRACE(std::string(kind.name) + ", " + std::to_string(size) + " bytes");
+            roundTrip(kind.make(size, seed++), kind.name);
+            if (HasFatalFailure()) return;
+        }
+}
+
+TEST(RoundTrip, RepeatsAtTheEdgeOfEachDictionary)
+{
+    // A block of random bytes repeated at distances just inside and just
+    // outside each dictionary, so that the longest usable distance decides.
+    for (size_t gap : {1021u, 1022u, 1023u, 1024u, 1025u, 2045u, 2047u, 2048u, 4093u, 4095u, 4096u, 4097u}) {
+        Bytes block = randomBytes(600, static_cast<uint32_t>(gap));
+        Bytes input = block;
+        Bytes filler = randomBytes(gap - 600 < gap ? gap - 600 : 0, 99);
+        input.insert(input.end(), filler.begin(), filler.end());
+        input.insert(input.end(), block.begin(), block.end());
+        SCOPED_TRACE("gap " + std::to_string(gap));
+        roundTrip(input, "repeat");
+    }
+}
+
+TEST(RoundTrip, PeriodicInputsWithRareChanges)
+{
+    // Long matches with many candidates: the search's long phase.
+    for (unsigned period = 1; period <= 12; ++period) {
+        Bytes input(30000);
+        for (size_t i = 0; i < input.size(); ++i)
+            input[i] = static_cast<unsigned char>('a' + i % period + (i % 1009 == 0 ? 9 : 0));
+        SCOPED_TRACE("period " + std::to_string(period));
+        roundTrip(input, "periodic");
+    }
+}
+
+TEST(RoundTrip, SomeMegabytes)
+{
+    Bytes input = designText(2 << 20, 31);
+    Bytes noise = randomBytes(1 << 20, 32);
+    input.insert(input.end(), noise.begin(), noise.end());
+    Bytes zeros(300000, 0);
+    input.insert(input.end(), zeros.begin(), zeros.end());
+    roundTrip(input, "text, random, zeros");
+}
