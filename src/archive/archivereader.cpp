@@ -69,7 +69,9 @@ int CompressedArchive::readEntryHeader(ArchiveEntryHeader& header, char* name) {
 // targetDir meets a symbolic link: each directory on the way, and the entry
 // itself where the link shows (a link to a directory, or one that points
 // nowhere). A link to a file is replaced by expandFile, never followed.
-int CompressedArchive::checkTargetPath(const char* targetDir, const char* name) {
+// exists (out): whether something stands at the entry's own path.
+int CompressedArchive::checkTargetPath(const char* targetDir, const char* name, bool& exists) {
+    exists = false;
     std::string path = targetDir;
     path += '/';
     for (const char* p = name;; ++p) {
@@ -79,7 +81,10 @@ int CompressedArchive::checkTargetPath(const char* targetDir, const char* name) 
             if (a != INVALID_FILE_ATTRIBUTES && (a & FILE_ATTRIBUTE_REPARSE_POINT))
                 return fail(archiveFHeaderReadError, name);
             if (a == INVALID_FILE_ATTRIBUTES) return 0;  // nothing there yet, nor below
-            if (!*p) return 0;
+            if (!*p) {
+                exists = true;
+                return 0;
+            }
         }
     }
 }
@@ -112,7 +117,8 @@ int CompressedArchive::readEntry(const char* targetDir) {
     char name[archiveNameBufferSize + 1];
     int status = readEntryHeader(header, name);
     if (status != 0) return status;
-    status = checkTargetPath(targetDir, name);
+    bool exists = false;
+    status = checkTargetPath(targetDir, name, exists);
     if (status != 0) return status;
     std::string path = std::string(targetDir) + "/" + name;
 
@@ -120,7 +126,7 @@ int CompressedArchive::readEntry(const char* targetDir) {
         if (_access(path.c_str(), 0) != 0 && !CreateDirectoryA(path.c_str(), nullptr))
             return fail(archiveTargetDirError, path.c_str());
     } else {
-        status = expandFile(path.c_str(), header);
+        status = expandFile(path.c_str(), header, exists);
         if (status != 0) return status;
     }
 
@@ -139,11 +145,11 @@ int CompressedArchive::readEntry(const char* targetDir) {
     return 0;
 }
 
-int CompressedArchive::expandFile(const char* path, const ArchiveEntryHeader& header) {
+int CompressedArchive::expandFile(const char* path, const ArchiveEntryHeader& header, bool exists) {
     // Made new: an existing file is removed first (a read-only one is not,
     // and then the open fails), and the open is exclusive, so that a link
     // found under this name is never written through.
-    DeleteFileA(path);
+    if (exists) DeleteFileA(path);
     FILE* target = kvFopen(path, "wb+x");
     if (!target) return fail(archiveTargetOpenError, path);
 

@@ -213,9 +213,9 @@ private:
     int openForReading(const char* archivePath);
     int readEntryHeader(ArchiveEntryHeader& header, char* name);
     int readEntry(const char* targetDir);
-    int expandFile(const char* path, const ArchiveEntryHeader& header);
+    int expandFile(const char* path, const ArchiveEntryHeader& header, bool exists);
     int expandInMemory(const ArchiveEntryHeader& header, uint32_t& crc);
-    int checkTargetPath(const char* targetDir, const char* name);
+    int checkTargetPath(const char* targetDir, const char* name, bool& exists);
 };
 
 // The short-lived record of one file's compression or expansion; the
