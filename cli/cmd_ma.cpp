@@ -103,6 +103,11 @@ static uint64_t treeSize(const std::string& path) {
     return total;
 }
 
+// "1 entry", "2 entries".
+static std::string count(uint64_t n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+}
+
 static uint64_t fileSize(const std::string& path) {
     WIN32_FIND_DATAA data;
     HANDLE find = FindFirstFileA(path.c_str(), &data);
@@ -175,9 +180,9 @@ static int pack(const std::string& sourceHost, const std::string& archiveHost) {
         return ExitErrors;
     }
     uint64_t size = fileSize(archivePath);
-    printf("%s: %llu entries (%llu files), %llu bytes packed into %llu (%s)\n", archiveHost.c_str(),
-           static_cast<unsigned long long>(CompressedArchive::entryCount()),
-           static_cast<unsigned long long>(bar.files_), static_cast<unsigned long long>(bar.unpacked_),
+    printf("%s: %s (%s), %llu bytes packed into %llu (%s)\n", archiveHost.c_str(),
+           count(CompressedArchive::entryCount(), "entry", "entries").c_str(),
+           count(bar.files_, "file", "files").c_str(), static_cast<unsigned long long>(bar.unpacked_),
            static_cast<unsigned long long>(size),
            bar.unpacked_ ? ratioText(static_cast<uint32_t>(size * 1000 / bar.unpacked_), 1000).c_str() : "-");
     return ExitDone;
@@ -199,8 +204,8 @@ static int unpack(const std::string& archiveHost, const std::string& targetHost)
         tellFailure(archive, status, false);
         return ExitErrors;
     }
-    printf("%s: %llu entries (%llu files, %llu bytes) unpacked into %s\n", archiveHost.c_str(),
-           static_cast<unsigned long long>(bar.entries_), static_cast<unsigned long long>(bar.files_),
+    printf("%s: %s (%s, %llu bytes) unpacked into %s\n", archiveHost.c_str(),
+           count(bar.entries_, "entry", "entries").c_str(), count(bar.files_, "file", "files").c_str(),
            static_cast<unsigned long long>(bar.unpacked_), targetHost.c_str());
     return ExitDone;
 }
@@ -280,8 +285,8 @@ static int listOrVerify(const std::string& archiveHost, bool verifying, bool asJ
         return ExitErrors;
     }
     if (!asJson && verifying)
-        printf("%llu entries, %llu files checked, %llu damaged\n", static_cast<unsigned long long>(lister.entries_),
-               static_cast<unsigned long long>(lister.files_), static_cast<unsigned long long>(lister.damaged_));
+        printf("%s, %s checked, %llu damaged\n", count(lister.entries_, "entry", "entries").c_str(),
+               count(lister.files_, "file", "files").c_str(), static_cast<unsigned long long>(lister.damaged_));
     return lister.damaged_ ? ExitErrors : ExitDone;
 }
 
