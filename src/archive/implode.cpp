@@ -11,12 +11,21 @@
 // nearest one on equal length, but the oldest one that reaches the full 516),
 // and the token choice decides between literal and match with its lazy test.
 // What is free is how fast each step runs: bits go out through a 64-bit
-// accumulator, and bytes are compared eight at a time.
+// accumulator, bytes are compared eight at a time, runs of one hash are
+// indexed without a memory update per position, and the first look at a
+// position's hash run, which settles most positions of data with few
+// repeats, is branch-free and inlined into the token loop. Any change here
+// must keep the reference streams of tests/data/archive and the streams of
+// bench_codec's peer.
 #include "archive/implode.h"
 
 #include <cstdint>
 #include <cstring>
 #include <new>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "archive/codecbits.h"
 #include "archive/codectables.h"
@@ -93,7 +102,8 @@ struct ImplodeState {
     // position reads the first byte behind the window. Those bytes thus decide
     // between candidates, and they are the same on every run: the window is
     // cleared at the start of each call, and the index is rebuilt from it.
-    alignas(8) unsigned char window[windowSize + windowSize * sizeof(uint16_t)];
+    // (findMatch may look at up to seven entries behind the last one.)
+    alignas(8) unsigned char window[windowSize + (windowSize + 8) * sizeof(uint16_t)];
 };
 
 static_assert(sizeof(ImplodeState) <= implodeWorkSize, "implode state exceeds its work area");
@@ -165,19 +175,46 @@ inline unsigned pairHash(const unsigned char* w, unsigned position)
 
 // Sorts the positions first..last (both included) by pair hash, with a
 // counting sort, into pairPositions, and sets pairStart to the start of each
-// hash's run.
+// hash's run. A run of positions with one hash (zeros, blanks) is counted in
+// a register, not by one memory update per position.
 void indexPositions(ImplodeState* s, unsigned first, unsigned last)
 {
     uint16_t* start = s->pairStart;
+    uint16_t* positions = s->pairPositions;
     const unsigned char* w = s->window;
     std::memset(start, 0, sizeof s->pairStart);
-    for (unsigned i = first; i <= last; ++i) ++start[pairHash(w, i)];
+    unsigned runHash = pairHash(w, first);
+    unsigned run = 0;
+    for (unsigned i = first; i <= last; ++i) {
+        unsigned h = pairHash(w, i);
+        if (h != runHash) {
+            start[runHash] = (uint16_t)(start[runHash] + run);
+            runHash = h;
+            run = 0;
+        }
+        ++run;
+    }
+    start[runHash] = (uint16_t)(start[runHash] + run);
     unsigned sum = 0;
     for (unsigned h = 0; h < hashCount; ++h) {
         sum += start[h];
         start[h] = (uint16_t)sum;
     }
-    for (unsigned i = last + 1; i-- > first;) s->pairPositions[--start[pairHash(w, i)]] = (uint16_t)i;
+    // From the last position down, so that each run ends up ascending. The
+    // hash of the last position may read the first byte behind the window,
+    // which this loop overwrites: it is taken before the first store.
+    runHash = pairHash(w, last);
+    unsigned at = start[runHash];
+    for (unsigned i = last + 1; i-- > first;) {
+        unsigned h = pairHash(w, i);
+        if (h != runHash) {
+            start[runHash] = (uint16_t)at;
+            runHash = h;
+            at = start[h];
+        }
+        positions[--at] = (uint16_t)i;
+    }
+    start[runHash] = (uint16_t)at;
 }
 
 // --- findMatch ------------------------------------------------------------------
@@ -192,52 +229,53 @@ void extendFailure(uint16_t* failure, const unsigned char* here, unsigned from, 
     }
 }
 
-// The longest match at `position` among the indexed earlier positions whose
-// distance is 2 to dictionary size - 1: its length (0, or 2 to 516), and in
-// *distance its D (distance - 1), which is left alone on 0. On equal length
-// the nearer candidate wins, except that the first one found with the full
-// 516 ends the search. Drops the positions that have left the dictionary from
-// the head of the position's hash run.
-//
-// Candidates come oldest first. The plain scan compares each in full until
-// one brings more than 10 bytes; the long search then uses the failure table
-// of the bytes matched so far to skip the candidates that lie inside the last
-// compared match and cannot reach the best length, and to go on behind the
-// bytes that are known to match.
-unsigned findMatch(ImplodeState* s, unsigned position, unsigned* distance)
+// findMatch, past its quick test: the search along the hash run of
+// `position` from `index` on (see findMatch).
+__attribute__((noinline)) unsigned searchRun(ImplodeState* s, unsigned position, unsigned hash, unsigned index,
+                                             unsigned* distance)
 {
     const unsigned char* w = s->window;
     const unsigned char* here = w + position;
     const uint16_t* list = s->pairPositions;
-    unsigned hash = pairHash(w, position);
-    unsigned index = s->pairStart[hash];
-    // The run holds `position` itself, which ends every walk along it.
-    unsigned oldest = position - s->dictionarySize + 1;
+    const unsigned oldest = position - s->dictionarySize + 1;
+    const unsigned end = position - 1;
     while (list[index] < oldest) ++index;
     s->pairStart[hash] = (uint16_t)index;
-
-    unsigned end = position - 1;   // a distance of 1 is never taken
     unsigned candidate = list[index];
     if (candidate >= end) return 0;
 
-    unsigned best = 1;
-    unsigned bestAt = 0;
     // Plain scan. Equal pair hash and equal first byte make the second byte
-    // equal too; a candidate that differs at best - 1 cannot reach best.
+    // equal too. A candidate becomes the match when its length is not below
+    // the best so far, so that at the end the match is the longest, and the
+    // last (nearest) of the longest: the greatest of length << 16 | position,
+    // as positions ascend. Taken so, the scan has no branch on each
+    // candidate's outcome. Lengths below 8 come from one comparison of 8
+    // bytes; only a candidate of 8 or more is compared further, and the first
+    // above 10 ends the scan.
+    const uint64_t head = loadLittle64(here);
+    uint32_t bestKey = 0;
+    unsigned best, bestAt;
     for (;;) {
         const unsigned char* there = w + candidate;
-        if (there[best - 1] == here[best - 1] && there[0] == here[0]) {
-            unsigned length = commonLength(there, here, 2, maxMatchLength);
-            if (length >= best) {
+        const uint64_t diff = loadLittle64(there) ^ head;
+        unsigned length;
+        if (__builtin_expect(diff != 0, 1)) {
+            length = (unsigned)__builtin_ctzll(diff) >> 3;
+        } else {
+            length = commonLength(there, here, 8, maxMatchLength);
+            if (length > plainScanEnd) {
                 best = length;
                 bestAt = candidate;
-                if (length > plainScanEnd) break;
+                break;
             }
         }
+        const uint32_t key = length << 16 | candidate;
+        bestKey = key > bestKey ? key : bestKey;
         candidate = list[++index];
         if (candidate >= end) {
+            best = bestKey >> 16;
             if (best < minMatchLength) return 0;
-            *distance = position - bestAt - 1;
+            *distance = position - (bestKey & 0xFFFF) - 1;
             return best;
         }
     }
@@ -282,6 +320,62 @@ unsigned findMatch(ImplodeState* s, unsigned position, unsigned* distance)
     }
     *distance = position - bestAt - 1;
     return best;
+}
+
+// The longest match at `position` among the indexed earlier positions whose
+// distance is 2 to dictionary size - 1: its length (0, or 2 to 516), and in
+// *distance its D (distance - 1), which is left alone on 0. On equal length
+// the nearer candidate wins, except that the first one found with the full
+// 516 ends the search. Drops the positions that have left the dictionary from
+// the head of the position's hash run.
+//
+// Candidates come oldest first. The plain scan compares each in full until
+// one brings more than 10 bytes; the long search then uses the failure table
+// of the bytes matched so far to skip the candidates that lie inside the last
+// compared match and cannot reach the best length, and to go on behind the
+// bytes that are known to match.
+//
+// The quick test is inlined into the token loop; the search is not.
+__attribute__((always_inline)) inline unsigned findMatch(ImplodeState* s, unsigned position, unsigned* distance)
+{
+    const unsigned char* w = s->window;
+    const uint16_t* list = s->pairPositions;
+    const unsigned hash = pairHash(w, position);
+    unsigned index = s->pairStart[hash];
+#if defined(__SSE2__)
+    // Most positions of data with few repeats have no candidate with their
+    // first byte. The first eight entries of the run settle most of them at
+    // once: those before the dictionary are skipped, those from distance 1 on
+    // end the candidates, and the first bytes of the rest are compared,
+    // without a branch per entry. Window positions are below 2^15, so signed
+    // 16-bit comparisons do; entries behind `position` (the run's last that
+    // matters) are never read as positions.
+    const unsigned oldest = position - s->dictionarySize + 1;
+    const unsigned end = position - 1;
+    const __m128i e = _mm_loadu_si128(reinterpret_cast<const __m128i*>(list + index));
+    const unsigned older = (unsigned)_mm_movemask_epi8(_mm_cmplt_epi16(e, _mm_set1_epi16((short)oldest)));
+    const unsigned stop = (unsigned)_mm_movemask_epi8(_mm_cmpgt_epi16(e, _mm_set1_epi16((short)(end - 1))));
+    const unsigned skip = (unsigned)__builtin_ctz(~older) >> 1;          // 0 to 8
+    const unsigned live = (unsigned)__builtin_ctz(stop | 0x10000) >> 1;  // the first entry from `end` on
+    if (live < 8 && live - skip <= 4) {
+        // Up to four candidates: compare their first bytes.
+        index += skip;
+        s->pairStart[hash] = (uint16_t)index;
+        const unsigned count = live - skip;
+        const unsigned first = w[position];
+        unsigned hit = 0;
+#define KV_LANE(j)                                                      \
+    {                                                                   \
+        unsigned on = (j) < count;                                      \
+        unsigned c = (unsigned)list[index + (j)] & (0u - on);           \
+        hit |= on & (unsigned)(w[c] == first);                          \
+    }
+        KV_LANE(0) KV_LANE(1) KV_LANE(2) KV_LANE(3)
+#undef KV_LANE
+        if (!hit) return 0;
+    }
+#endif
+    return searchRun(s, position, hash, index, distance);
 }
 
 }  // namespace
