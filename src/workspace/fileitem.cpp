@@ -41,8 +41,16 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* direct
     // The enumerations start on their invalid rows (their default), the
     // stamps at zero.
     if (!directory || !*directory) return;
+    placeIn(pathstring(directory)); // tidied, as every C string given to a pathstring
+}
 
-    fullPath = directory; // tidied, as every C string given to a pathstring
+DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& tidiedDirectory, workspace* owner_)
+    : owner(owner_), found(record) {
+    if (!tidiedDirectory.empty()) placeIn(tidiedDirectory);
+}
+
+void DesignFileItem::placeIn(const pathstring& tidiedDirectory) {
+    fullPath = tidiedDirectory;
     fullPath.appendComponent(found.cFileName);
     fullPath.getBase(baseName);
     fullPath.getPath(directoryPath);

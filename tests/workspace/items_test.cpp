@@ -217,3 +217,22 @@ TEST(WorkspaceItems, ItemWithoutDirectoryHasNoNamesAndInvalidLocality) {
     EXPECT_EQ(item.getLocality().value(), KVE_Locality::invalid);
     EXPECT_FALSE(item.isLocal() || item.isExternal() || item.isSystem());
 }
+
+TEST(WorkspaceItems, NamesThatTidyingChangesAreFoundByTheirTidiedPath) {
+    TempDir dir;
+    makeFiles(dir, {{"ws/two words.sch", "*version\n"}, {"ws/ lead.txt", "#H\n"}, {"ws/quo\"te.cir", ""},
+                    {"ws/tab\tname.net", ""}, {"ws/plain.net", ""}});
+    auto ws = openOrFail(dir.engine("ws"));
+    ASSERT_TRUE(ws);
+    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
+    EXPECT_EQ(baseNames(ws->getLocalItems()),
+              (std::vector<std::string>{"lead.txt", "plain.net", "quote.cir", "tab name.net", "two words.sch"}));
+    for (const char* name : {"two words.sch", " lead.txt", "quo\"te.cir", "tab\tname.net", "plain.net"}) {
+        const std::string path = dir.engine("ws") + "\\" + name;
+        fileItem* item = ws->findItem(path.c_str());
+        ASSERT_NE(item, nullptr) << name;
+        EXPECT_EQ(design.addFileItem(path.c_str(), nullptr), item) << name << ": no second item";
+    }
+    EXPECT_EQ(typeOf(*ws, dir.engine("ws") + "\\two words.sch"), "SCH");
+    EXPECT_EQ(baseNames(ws->getLocalItems()).size(), 5u);
+}
