@@ -41,7 +41,9 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* direct
     // The enumerations start on their invalid rows (their default), the
     // stamps at zero.
     if (!directory || !*directory) return;
-    placeIn(pathstring(directory)); // tidied, as every C string given to a pathstring
+    pathstring tidied(directory); // tidied, as every C string given to a pathstring
+    tidied.tidyUp(false);
+    placeIn(tidied);
 }
 
 DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& tidiedDirectory, workspace* owner_)
