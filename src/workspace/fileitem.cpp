@@ -153,7 +153,14 @@ int DesignFileItem::compareItems(const fileItem* other) const {
     if (const DesignFileItem* design = dynamic_cast<const DesignFileItem*>(other)) {
         const int mine = locality.value();
         const int theirs = design->locality.value();
-        if (mine == theirs) return lstrcmpiA(fullPath.c_str(), design->fullPath.c_str());
+        if (mine == theirs) {
+            // Equal bytes weigh equally, so the shared start of the two
+            // paths (their directory, mostly) can be passed over.
+            const char* a = fullPath.c_str();
+            const char* b = design->fullPath.c_str();
+            while (*a && *a == *b) ++a, ++b;
+            return lstrcmpiA(a, b);
+        }
         return mine < theirs ? -1 : 1;
     }
     fileItem* that = const_cast<fileItem*>(other);

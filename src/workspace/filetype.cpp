@@ -58,15 +58,16 @@ static bool passesSignature(const char* path, const char* signature) {
     char kind[64] = "", pattern[256] = "";
     int offset = 0, length = 0;
     if (sscanf(signature, "%63[^,],%d,%d,%255s", kind, &offset, &length, pattern) != 4) return false;
-    if (offset < 0 || length <= 0 || length > 1000 || offset > 1000) return false;
+    if (offset < 0 || length <= 0 || offset + length > 1000) return false; // the table asks far less
 
     if (_stricmp(kind, "BIN") != 0) {
         FILE* file = kvFopen(path, "r");
         if (!file) return false;
-        char line[1024] = "";
+        char line[1024];
         bool passes = false;
         if (fgets(line, length + 1, file)) {
-            char copy[1024] = "";
+            char copy[1024];
+            copy[0] = '\0';
             if (static_cast<size_t>(offset) <= strlen(line)) strncpy(copy, line + offset, static_cast<size_t>(length));
             copy[length] = '\0';
             passes = _stricmp(copy, pattern) == 0;
@@ -77,7 +78,8 @@ static bool passesSignature(const char* path, const char* signature) {
 
     FILE* file = kvFopen(path, "rb");
     if (!file) return false;
-    unsigned char bytes[1024] = {0};
+    unsigned char bytes[1024];
+    memset(bytes, 0, static_cast<size_t>(length) + static_cast<size_t>(offset) + 1);
     size_t got = fread(bytes, 1, static_cast<size_t>(length), file);
     (void)got; // a short file leaves zeros; only the byte at offset counts
     fclose(file);
