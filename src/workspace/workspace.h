@@ -8,7 +8,7 @@
 // from the directory. "tarnel.mdf", the design file name, may be passed
 // instead of the directory; it is cut off and never opened.
 //
-// Design files trees hold tens of thousands of files. The items are kept in
+// Design trees hold tens of thousands of files. The items are kept in
 // the order the interface promises (by locality, then by name without
 // regard to case) and, beside that list, in indexes by path, by type, by
 // category and by stem (itemindex.h), so that opening, look-ups and a walk
