@@ -10,7 +10,8 @@
 // item's find record no longer matches the one it was determined from.
 //
 // Contents:
-//   1. The extension look-up (the table, grouped by pattern once).
+//   1. The extension look-up (the table grouped by pattern and its
+//      signatures read, once).
 //   2. The signature test.
 //   3. determineType and the staleness check.
 //   4. isListed.
@@ -31,16 +32,63 @@
 // 1. The extension look-up
 // ---------------------------------------------------------------------------
 
+// A signature as read from its text ("KIND,OFFSET,LENGTH,PATTERN", read
+// with "%[^,],%d,%d,%s"): ASC compares LENGTH characters of the first line
+// from OFFSET with PATTERN without regard to case; BIN compares the byte at
+// OFFSET, as a signed char widened to 32 bits, with the hexadecimal number
+// after "0x" in PATTERN, read with the format "%<2 * LENGTH>X".
+struct signatureTest {
+    bool readable = false; // the text has all four fields, within bounds
+    bool binary = false;
+    int offset = 0;
+    int length = 0;
+    char pattern[256] = "";
+    bool hasNumber = false; // BIN: the pattern begins with 0x and has a number
+    int32_t number = 0;
+};
+
+static signatureTest readSignature(const char* text) {
+    signatureTest test;
+    char kind[64] = "";
+    if (sscanf(text, "%63[^,],%d,%d,%255s", kind, &test.offset, &test.length, test.pattern) != 4) return test;
+    // The table asks far less; the bounds keep every buffer below safe.
+    if (test.offset < 0 || test.length <= 0 || test.offset + test.length > 1000) return test;
+    test.readable = true;
+    test.binary = _stricmp(kind, "BIN") == 0;
+    if (test.binary && _strnicmp(test.pattern, "0x", 2) == 0) {
+        char format[16];
+        snprintf(format, sizeof format, "%%%dX", 2 * test.length);
+        unsigned number = 0;
+        if (sscanf(test.pattern + 2, format, &number) == 1) {
+            test.hasNumber = true;
+            test.number = static_cast<int32_t>(number);
+        }
+    }
+    return test;
+}
+
+// One row of the extension table, with its signature read.
+struct extensionChoice {
+    int type;
+    bool hasSignature;
+    signatureTest signature;
+};
+
 // The rows of the extension table whose pattern equals extension without
 // regard to case, in table order. The table is searched for every file of
-// a workspace, so its rows are grouped by folded pattern once.
-static const std::vector<const fileExtensionRow*>& rowsOfExtension(const char* extension) {
-    static const std::unordered_map<std::string, std::vector<const fileExtensionRow*>> rows = [] {
-        std::unordered_map<std::string, std::vector<const fileExtensionRow*>> map;
-        for (const fileExtensionRow& row : fileExtensionTable) map[foldCase(row.pattern)].push_back(&row);
+// a workspace, so its rows are grouped by folded pattern, and their
+// signatures read, once.
+static const std::vector<extensionChoice>& rowsOfExtension(const char* extension) {
+    static const std::unordered_map<std::string, std::vector<extensionChoice>> rows = [] {
+        std::unordered_map<std::string, std::vector<extensionChoice>> map;
+        for (const fileExtensionRow& row : fileExtensionTable) {
+            extensionChoice choice{row.type, row.signature != nullptr, {}};
+            if (row.signature) choice.signature = readSignature(row.signature);
+            map[foldCase(row.pattern)].push_back(choice);
+        }
         return map;
     }();
-    static const std::vector<const fileExtensionRow*> none;
+    static const std::vector<extensionChoice> none;
     auto it = rows.find(foldCase(extension));
     return it == rows.end() ? none : it->second;
 }
@@ -49,28 +97,22 @@ static const std::vector<const fileExtensionRow*>& rowsOfExtension(const char* e
 // 2. The signature test
 // ---------------------------------------------------------------------------
 
-// Whether the file at path passes signature ("KIND,OFFSET,LENGTH,PATTERN").
-// ASC: the first LENGTH characters of the first line, from OFFSET, equal
-// PATTERN without regard to case. BIN: the byte at OFFSET, as a signed char
-// widened to 32 bits, equals the hexadecimal number after "0x" in PATTERN;
-// only that one byte is compared. A file that does not open fails.
-static bool passesSignature(const char* path, const char* signature) {
-    char kind[64] = "", pattern[256] = "";
-    int offset = 0, length = 0;
-    if (sscanf(signature, "%63[^,],%d,%d,%255s", kind, &offset, &length, pattern) != 4) return false;
-    if (offset < 0 || length <= 0 || offset + length > 1000) return false; // the table asks far less
-
-    if (_stricmp(kind, "BIN") != 0) {
+// Whether the file at path passes test. A file that does not open fails;
+// for BIN only the one byte at the offset is compared.
+static bool passesSignature(const char* path, const signatureTest& test) {
+    if (!test.readable) return false;
+    if (!test.binary) {
         FILE* file = kvFopen(path, "r");
         if (!file) return false;
         char line[1024];
         bool passes = false;
-        if (fgets(line, length + 1, file)) {
+        if (fgets(line, test.length + 1, file)) {
             char copy[1024];
             copy[0] = '\0';
-            if (static_cast<size_t>(offset) <= strlen(line)) strncpy(copy, line + offset, static_cast<size_t>(length));
-            copy[length] = '\0';
-            passes = _stricmp(copy, pattern) == 0;
+            if (static_cast<size_t>(test.offset) <= strlen(line))
+                strncpy(copy, line + test.offset, static_cast<size_t>(test.length));
+            copy[test.length] = '\0';
+            passes = _stricmp(copy, test.pattern) == 0;
         }
         fclose(file);
         return passes;
@@ -79,17 +121,12 @@ static bool passesSignature(const char* path, const char* signature) {
     FILE* file = kvFopen(path, "rb");
     if (!file) return false;
     unsigned char bytes[1024];
-    memset(bytes, 0, static_cast<size_t>(length) + static_cast<size_t>(offset) + 1);
-    size_t got = fread(bytes, 1, static_cast<size_t>(length), file);
+    memset(bytes, 0, static_cast<size_t>(test.offset + test.length) + 1);
+    size_t got = fread(bytes, 1, static_cast<size_t>(test.length), file);
     (void)got; // a short file leaves zeros; only the byte at offset counts
     fclose(file);
-    if (_strnicmp(pattern, "0x", 2) != 0) return false;
-    char format[16];
-    snprintf(format, sizeof format, "%%%dX", 2 * length);
-    unsigned number = 0;
-    if (sscanf(pattern + 2, format, &number) != 1) return false;
-    const int32_t byte = static_cast<signed char>(bytes[offset]);
-    return static_cast<int32_t>(number) == byte;
+    if (!test.hasNumber) return false;
+    return test.number == static_cast<int32_t>(static_cast<signed char>(bytes[test.offset]));
 }
 
 // ---------------------------------------------------------------------------
@@ -111,11 +148,11 @@ void DesignFileItem::determineType() {
     }
 
     if (type == KVE_fileTypeEnum::invalid) {
-        for (const fileExtensionRow* row : rowsOfExtension(extension)) {
-            if (row->signature &&
-                !(fileExists && getSize() > 0 && passesSignature(fullPath.c_str(), row->signature)))
+        for (const extensionChoice& row : rowsOfExtension(extension)) {
+            if (row.hasSignature &&
+                !(fileExists && getSize() > 0 && passesSignature(fullPath.c_str(), row.signature)))
                 continue;
-            if (row->type >= 0 && row->type < KVE_fileTypeEnum::invalid) type = row->type;
+            if (row.type >= 0 && row.type < KVE_fileTypeEnum::invalid) type = row.type;
             break;
         }
         if (type == KVE_fileTypeEnum::invalid) type = KVE_fileTypeEnum::USER;
