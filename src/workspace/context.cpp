@@ -2,6 +2,7 @@
 //
 // Contents:
 //   1. Start-up and shutdown.
+//   4. Questions about libraries.
 #include "workspace/context.h"
 
 // ---------------------------------------------------------------------------
@@ -35,3 +36,11 @@ BOOL engineEntryPoint(HMODULE module, DWORD reason) {
     }
     return TRUE;
 }
+
+// ---------------------------------------------------------------------------
+// 4. Questions about libraries
+// ---------------------------------------------------------------------------
+
+// Without a library configuration no directory is a system library
+// directory. The configuration, when it joins the context, answers here.
+bool isSystemLibraryPath(const char*) { return false; }

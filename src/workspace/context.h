@@ -4,10 +4,12 @@
 // Contents:
 //   1. Library start-up and shutdown: the module handle, the attach count
 //      and the entry point that the library's load and unload run.
+//   4. Questions about libraries: isSystemLibraryPath.
 // (The INI context, the externals subdirectory and the helpers shared by
 // the other subsystems join this header with the rest of the context.)
 #pragma once
 
+#include "kv_export.h"
 #include "platform/platform.h"
 
 // ---------------------------------------------------------------------------
@@ -32,3 +34,12 @@ extern int attachCount;
 // Always returns TRUE. src/resources/module.cpp calls it when the library
 // is loaded and unloaded.
 BOOL engineEntryPoint(HMODULE module, DWORD reason);
+
+// ---------------------------------------------------------------------------
+// 4. Questions about libraries
+// ---------------------------------------------------------------------------
+
+// Whether directory, which must end in a backslash, is exactly one of the
+// directories of the library path (without regard to case). A subdirectory
+// of one does not count. False without a library configuration.
+KVENG_API bool isSystemLibraryPath(const char* directory);
