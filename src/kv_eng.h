@@ -12,3 +12,4 @@
 
 #include "kv_export.h"
 #include "platform/platform.h"
+#include "workspace/workspace.h"

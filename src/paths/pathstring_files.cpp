@@ -54,8 +54,9 @@ int pathstring::getLFN(std::string& result) const {
         WIN32_FIND_DATAA found;
         HANDLE find = FindFirstFileA(throughComponent(*this, i).c_str(), &found);
         if (find == INVALID_HANDLE_VALUE) {
-            // Not there: the rest is kept as given.
-            missing = count - 1 - i;
+            // Not there: this component and the rest are kept as given, and
+            // all of them count as missing.
+            missing = count - i;
             working.appendComponent(substr(componentStart(*this, i)));
             break;
         }

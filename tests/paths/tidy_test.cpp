@@ -1,0 +1,258 @@
+// pathstring canonical form: tidyUp(false) from one table of texts as they
+// reach the engine (blanks, tabs, quotes, mixed and doubled separators, dot
+// directories, runs of dots, drives, UNC names), that tidying twice changes
+// nothing more, which constructors tidy, and the editing members.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "paths/pathstring.h"
+
+static pathstring raw(const char* text) { return pathstring(std::string(text)); }
+static const std::string& str(const pathstring& p) { return p; }
+
+struct TidyCase {
+    const char* input;
+    const char* expected;
+};
+
+static const TidyCase kTidy[] = {
+    // Blanks: gone at the start, around separators and before a colon; kept
+    // inside names and at the end; tabs and newlines become blanks.
+    {" a / b ", "a\\b "},
+    {"a  b", "a  b"},
+    {"a   ", "a   "},
+    {"\tC:\\a\tb\\ c", "C:\\a b\\c"},
+    {"C: \\ x", "C:\\x"},
+    {"a :b", "a:b"},
+    {"a\\b\n", "a\\b "},
+    {"   ", ""},
+    {" \t\r\n", ""},
+    {"C:\\My Designs \\ board .sch", "C:\\My Designs\\board .sch"},
+    // Quotes go wherever they stand.
+    {"\"C:\\x\"", "C:\\x"},
+    {"name\"with\"quotes", "namewithquotes"},
+    {"\"", ""},
+    {"\" C:\\a b\\c \"", "C:\\a b\\c "},
+    // Separators: "/" becomes "\", runs collapse, a leading pair stays.
+    {"C:/a//b", "C:\\a\\b"},
+    {"C:\\\\a\\/\\b\\\\", "C:\\a\\b\\"},
+    {"//server/share", "\\\\server\\share"},
+    {"\\\\\\server\\\\share", "\\\\server\\share"},
+    {"/\\server/share", "\\\\server\\share"},
+    {"a/ /b", "a\\b"},
+    {"\\ \\x", "\\\\x"},
+    {"C:\\x\\", "C:\\x\\"},
+    {"\\", "\\"},
+    {"", ""},
+    // Dot directories.
+    {"a\\.\\b", "a\\b"},
+    {"a\\..\\b", "b"},
+    {"a\\..", ""},
+    {".", ""},
+    {"..", ".."},
+    {".\\a", "a"},
+    {"..\\a\\..\\b", "..\\b"},
+    {"..\\..\\a", "..\\..\\a"},
+    {"a\\b\\..\\..\\c", "c"},
+    {"a\\b\\..\\..\\..\\c", "..\\c"},
+    {"x\\.\\.\\.", "x"},
+    {"C:\\x\\.\\", "C:\\x\\"},
+    {".a\\..\\b", "b"},
+    {"a.\\b", "a.\\b"},
+    {"a..\\b", "a..\\b"},
+    {". \\x", "x"},
+    {"a\\ .. \\b", "b"},
+    {"a\\.. ", "a\\.. "},
+    {"C:\\ .\\x", "C:\\x"},
+    // On a drive: the drive is never cancelled, ".." above the root stays.
+    {"C:\\..\\x", "C:\\..\\x"},
+    {"C:\\a\\..\\..\\x", "C:\\..\\x"},
+    {"C:\\a\\b\\..\\c", "C:\\a\\c"},
+    {"C:..\\x", "C:..\\x"},
+    {"C:a\\..\\b", "C:b"},
+    // The last component cancelled: its separator and the one before go,
+    // so the drive loses its root.
+    {"C:\\a\\..", "C:"},
+    {"\\a\\..", ""},
+    // Runs of dots: n dots are n-1 levels up.
+    {"...\\x", "..\\..\\x"},
+    {"....\\x", "..\\..\\..\\x"},
+    {"a\\...", ".."},
+    {"a\\....", "..\\.."},
+    {"a\\b\\...\\x", "x"},
+    {"C:\\dir\\...", "C:\\.."},
+    {"C:\\a\\b\\c\\....\\x", "C:\\x"},
+    {"...", "..\\.."},
+    // UNC: server and share are never cancelled.
+    {"\\\\server\\share\\..\\x", "\\\\server\\share\\..\\x"},
+    {"\\\\server\\share\\a\\..\\x", "\\\\server\\share\\x"},
+    {" \\\\server\\share\\.\\x", "\\\\server\\share\\x"},
+    {"//server/share/a/../../b", "\\\\server\\share\\..\\b"},
+};
+
+TEST(Tidy, CanonicalForm) {
+    for (const TidyCase& c : kTidy) {
+        pathstring p = raw(c.input);
+        p.tidyUp(false);
+        EXPECT_EQ(c.expected, str(p)) << "tidyUp(false) of \"" << c.input << "\"";
+    }
+}
+
+TEST(Tidy, TwiceIsOnce) {
+    for (const TidyCase& c : kTidy) {
+        pathstring p(c.input);
+        pathstring again = p;
+        again.tidyUp(false);
+        EXPECT_EQ(str(p), str(again)) << "tidying \"" << c.input << "\" again";
+    }
+}
+
+TEST(Tidy, ConstructorsAndAssignments) {
+    const char* text = " C:/a/./b ";
+    const std::string expected = "C:\\a\\b ";
+    EXPECT_EQ(expected, str(pathstring(text))) << "from a C string";
+    EXPECT_EQ(expected, str(pathstring(text, 10))) << "from a C string and length";
+    EXPECT_EQ("C:\\a", str(pathstring(text, 5))) << "the length cuts before tidying";
+    EXPECT_EQ(expected, str(pathstring(text, text + 10))) << "from a range";
+    pathstring untidied = raw(text);
+    EXPECT_EQ(text, str(untidied)) << "from a std::string: as it is";
+    EXPECT_EQ("a\\b", str(pathstring(untidied, 4, 5))) << "part of a pathstring: tidied";
+    pathstring copy(untidied);
+    EXPECT_EQ(text, str(copy)) << "copy: as it is";
+    pathstring assigned;
+    assigned = untidied;
+    EXPECT_EQ(text, str(assigned)) << "copy assignment: as it is";
+    assigned = text;
+    EXPECT_EQ(expected, str(assigned)) << "assignment of a C string: tidied";
+    assigned = std::string(text);
+    EXPECT_EQ(expected, str(assigned)) << "assignment of a std::string: tidied";
+    assigned = static_cast<const char*>(nullptr);
+    EXPECT_TRUE(assigned.empty()) << "a null C string is the empty path";
+    EXPECT_TRUE(pathstring(static_cast<const char*>(nullptr)).empty());
+    assigned = "x";
+    assigned.clear();
+    EXPECT_TRUE(assigned.empty());
+    pathstring fromAllocator{std::allocator<char>()};
+    EXPECT_TRUE(fromAllocator.empty());
+}
+
+TEST(Tidy, LengthsAroundTheBufferSize) {
+    // tidyUp(false) has no buffer: long paths are tidied like short ones.
+    for (size_t length : {258u, 259u, 260u, 261u, 1000u}) {
+        std::string name(length - 3, 'n');
+        pathstring p(("C:/" + name).c_str());
+        EXPECT_EQ("C:\\" + name, str(p)) << "length " << length;
+        pathstring q(("C:\\" + name + "\\..\\x").c_str());
+        EXPECT_EQ("C:\\x", str(q)) << "length " << length;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Editing members
+// ---------------------------------------------------------------------------
+
+struct EditCase {
+    const char* input;
+    const char* argument;
+    const char* expected;
+};
+
+static const EditCase kAppend[] = {
+    {"", "name", "\\name"},
+    {"C:\\a", "b", "C:\\a\\b"},
+    {"C:\\a\\", "b", "C:\\a\\b"},
+    {"C:\\a", "\\b", "C:\\a\\b"},
+    {"C:\\a", " b", "C:\\a\\b"},
+    {"C:\\a", "b/c", "C:\\a\\b\\c"},
+    {"C:\\a", "..\\b", "C:\\a\\..\\b"},  // dot directories are not touched
+    {"C:\\a", "", "C:\\a\\"},
+    {"\\\\srv", "share", "\\\\srv\\share"},
+};
+
+TEST(Edit, AppendComponent) {
+    for (const EditCase& c : kAppend) {
+        pathstring p = raw(c.input);
+        p.appendComponent(c.argument);
+        EXPECT_EQ(c.expected, str(p)) << "\"" << c.input << "\" + \"" << c.argument << "\" (C string)";
+        pathstring q = raw(c.input);
+        q.appendComponent(std::string(c.argument));
+        EXPECT_EQ(c.expected, str(q)) << "\"" << c.input << "\" + \"" << c.argument << "\" (std::string)";
+    }
+}
+
+TEST(Edit, ForceEndInSlash) {
+    const EditCase cases[] = {
+        {"C:\\a", "", "C:\\a\\"}, {"C:\\a\\", "", "C:\\a\\"}, {"", "", "\\"},
+        {"C:\\a ", "", "C:\\a\\"}, {"C:", "", "C:\\"},        {"a/", "", "a\\"},
+    };
+    for (const EditCase& c : cases) {
+        pathstring p = raw(c.input);
+        p.forceEndInSlash();
+        EXPECT_EQ(c.expected, str(p)) << "forceEndInSlash of \"" << c.input << "\"";
+    }
+}
+
+static const EditCase kChangeExt[] = {
+    {"C:\\d\\f.txt", "sch", "C:\\d\\f.sch"},
+    {"C:\\d\\f.txt", ".sch", "C:\\d\\f.sch"},
+    {"C:\\d\\f.txt", "x.sch", "C:\\d\\f.sch"},
+    {"C:\\d\\f.txt", "C:\\other\\x.sch", "C:\\d\\f.sch"},
+    {"C:\\d\\f.txt", "a.b.c", "C:\\d\\f.c"},
+    {"C:\\d\\f.txt", "", "C:\\d\\f"},
+    {"C:\\d\\f.txt", ".", "C:\\d\\f"},  // "." tidies to nothing
+    {"C:\\d\\f", "sch", "C:\\d\\f.sch"},
+    {"C:\\d.x\\f", "sch", "C:\\d.x\\f.sch"},
+    {"C:\\d.x\\f", "", "C:\\d.x\\f"},
+    {"f.", "sch", "f.sch"},
+    {"f.tar.gz", "zip", "f.tar.zip"},
+    {"", "sch", ".sch"},
+};
+
+TEST(Edit, ChangeExt) {
+    for (const EditCase& c : kChangeExt) {
+        pathstring p = raw(c.input);
+        p.changeExt(c.argument);
+        EXPECT_EQ(c.expected, str(p)) << "changeExt(\"" << c.argument << "\") of \"" << c.input << "\"";
+        pathstring q = raw(c.input);
+        q.changeExt(pathstring(c.argument));
+        EXPECT_EQ(c.expected, str(q)) << "changeExt(pathstring \"" << c.argument << "\") of \"" << c.input << "\"";
+    }
+}
+
+static const EditCase kChangePath[] = {
+    {"C:\\a\\f.txt", "D:\\x\\", "D:\\x\\f.txt"},
+    {"C:\\a\\f.txt", "D:\\x\\y.sch", "D:\\x\\f.txt"},
+    {"C:\\a\\f.txt", "D:\\x", "D:\\f.txt"},  // D:\x names a file x in D:\ .
+    {"C:\\a\\f.txt", "noslash", "f.txt"},
+    {"C:\\a\\f.txt", "", "f.txt"},
+    {"f.txt", "C:\\w\\", "C:\\w\\f.txt"},
+    {"C:\\a\\", "D:\\x\\", "D:\\x\\"},
+    {"C:\\a\\f.txt", "\\\\srv\\sh\\d\\", "\\\\srv\\sh\\d\\f.txt"},
+};
+
+TEST(Edit, ChangePath) {
+    for (const EditCase& c : kChangePath) {
+        pathstring p = raw(c.input);
+        p.changePath(c.argument);
+        EXPECT_EQ(c.expected, str(p)) << "changePath(\"" << c.argument << "\") of \"" << c.input << "\"";
+        pathstring q = raw(c.input);
+        q.changePath(pathstring(c.argument));
+        EXPECT_EQ(c.expected, str(q));
+    }
+    pathstring self("C:\\a\\f.txt");
+    self.changePath(self);
+    EXPECT_EQ("C:\\a\\f.txt", str(self)) << "changePath to its own directory";
+}
+
+TEST(Edit, ForceDotIfNoExt) {
+    const EditCase cases[] = {
+        {"f", "", "f."},           {"f.txt", "", "f.txt"}, {"C:\\d\\", "", "C:\\d\\"},
+        {"", "", ""},              {"d.x\\f", "", "d.x\\f."}, {"f.", "", "f."},
+    };
+    for (const EditCase& c : cases) {
+        pathstring p = raw(c.input);
+        p.forceDotIfNoExt();
+        EXPECT_EQ(c.expected, str(p)) << "forceDotIfNoExt of \"" << c.input << "\"";
+    }
+}
