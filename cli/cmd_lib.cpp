@@ -143,7 +143,7 @@ static int runLib(const Args& args) {
                    checks[i].problem.empty() ? checks[i].header.c_str() : checks[i].problem.c_str());
         }
         if (entries.empty()) printf("  (no index: no line starts with \"symloc\")\n");
-        if (flagged) printf("%d entries flagged\n", flagged);
+        if (flagged) printf("%d %s flagged\n", flagged, flagged == 1 ? "entry" : "entries");
     }
     delete ws;
     return flagged ? ExitErrors : ExitDone;

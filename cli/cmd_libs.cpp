@@ -97,7 +97,7 @@ static int runLibs(const Args& args) {
     if (args.has("json")) {
         JsonWriter j(stdout);
         j.beginObject();
-        j.field("ini", shown(ini));
+        j.field("ini", args.has("ini") ? shown(ini) : ini);
         j.key("libraryPath");
         j.beginArray();
         for (const std::string& d : directories) j.value(shown(d));
@@ -110,7 +110,7 @@ static int runLibs(const Args& args) {
         j.endObject();
         printf("\n");
     } else {
-        printf("INI file: %s\n", shown(ini).c_str());
+        printf("INI file: %s\n", args.has("ini") ? shown(ini).c_str() : "tarnel91.ini (the installation's)");
         printf("library path:\n");
         if (directories.empty()) printf("  (none: no LIBPATH in [TARNEL])\n");
         for (const std::string& d : directories) printf("  %s\n", shown(d).c_str());
