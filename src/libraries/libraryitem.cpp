@@ -63,14 +63,18 @@ void LibraryFileItem::generateIndexList() {
     char name[lineSize];
     int offset = 0, size = 0;
     bool inIndex = false;
+    bool ended = false;
+    // The position behind the last line read is asked once, where the loop
+    // ends: a seek per line would cost more than the reading.
     while (!feof(file)) {
         // At the end fgets fails and leaves line as it was: the last line
         // is parsed once more, as the format notes say.
         if (!fgets(line, sizeof line, file) && ferror(file)) break;
-        baseOffset = static_cast<int32_t>(ftell(file));
         if (_strnicmp(line, indexKeyword, 6) != 0) {
             if (!inIndex) continue;
-            baseOffset -= static_cast<int32_t>(strlen(line));
+            // The start of this line: what the offsets count from.
+            baseOffset = static_cast<int32_t>(ftell(file)) - static_cast<int32_t>(strlen(line));
+            ended = true;
             break;
         }
         name[0] = 0;
@@ -99,6 +103,7 @@ void LibraryFileItem::generateIndexList() {
         indexEntries.push_back(entry);
         indexNames(indexEntries.size() - 1);
     }
+    if (!ended) baseOffset = static_cast<int32_t>(ftell(file));
     fclose(file);
 }
 
@@ -110,7 +115,7 @@ void LibraryFileItem::indexNames(size_t position) {
     // names is ",a,b,": every name stands between two commas.
     const char* start = names + 1;
     for (const char* comma; (comma = strchr(start, ',')) != nullptr; start = comma + 1)
-        firstEntryOfName.emplace(std::string(start, static_cast<size_t>(comma - start)), position);
+        firstEntryOfName.emplace(std::string_view(start, static_cast<size_t>(comma - start)), position);
 }
 
 void LibraryFileItem::addIndexEntry(libraryIndexEntry* entry) {
@@ -146,7 +151,7 @@ libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFun
     // walk in file order.
     bool plain = length >= 2 && key[length - 1] == ',' && !memchr(key + 1, ',', length - 2);
     if (!plain) return linearSearch(key);
-    auto found = firstEntryOfName.find(std::string(key + 1, length - 2));
+    auto found = firstEntryOfName.find(std::string_view(key + 1, length - 2));
     return found == firstEntryOfName.end() ? nullptr : indexEntries[found->second];
 }
 

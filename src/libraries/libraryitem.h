@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -30,7 +31,8 @@ class workspace;
 // ---------------------------------------------------------------------------
 
 // One entry of a library. The texts are owned by the entry's library,
-// which frees them with the entry.
+// which frees them with the entry (delete[]); names must not change once
+// the entry is in a library.
 struct libraryIndexEntry {
     // The library: the item that read the index, set again by whoever finds
     // the entry through a search.
@@ -95,6 +97,7 @@ private:
     std::vector<libraryIndexEntry*> indexEntries;
     // The first byte behind the index: entry offsets count from here.
     int32_t baseOffset = 0;
-    // Each single name to the position of its first entry.
-    std::unordered_map<std::string, size_t> firstEntryOfName;
+    // Each single name to the position of its first entry. The keys point
+    // into the entries' names, which live as long as the entries.
+    std::unordered_map<std::string_view, size_t> firstEntryOfName;
 };
