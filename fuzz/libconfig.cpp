@@ -2,9 +2,10 @@
 // configuration. The input is split at its first NUL byte: the part before
 // it is the context's INI file (LIBPATH), the part after it the fixed file
 // "tarnel91.ini" (Part Libs, Special Libs). The scratch directory holds a
-// few libraries that a fuzzed LIBPATH of "." or "lib" can reach. The
-// configuration is made, reloaded, asked and dropped; each line of the input
-// also goes through parseListEntry and TokenList.
+// few libraries; "@" in the input stands for the scratch directory's engine
+// path, so that a fuzzed LIBPATH can reach them. The configuration is made,
+// reloaded, asked and dropped; each line of the input also goes through
+// parseListEntry and TokenList.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -45,7 +46,19 @@ static void setUp() {
     writeHost(scratch + "/lib/std.plb", "symloc P 0 1\n*\n", 15);
     writeHost(scratch + "/lib/marker.slb", "", 0);
     setenv("KVENG_WINDIR", dir, 1);
-    if (chdir(dir) != 0) abort();
+}
+
+// The text with every "@" replaced by the scratch directory.
+static std::string expand(const char* text, size_t size) {
+    static const std::string root = ToEnginePath(scratch.c_str());
+    std::string out;
+    for (size_t i = 0; i < size; ++i) {
+        if (text[i] == '@')
+            out += root;
+        else
+            out += text[i];
+    }
+    return out;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -54,9 +67,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* text = reinterpret_cast<const char*>(data);
     const void* nul = memchr(data, 0, size);
     size_t first = nul ? static_cast<size_t>(static_cast<const uint8_t*>(nul) - data) : size;
-    writeHost(scratch + "/ctx.ini", text, first);
+    std::string context = expand(text, first);
+    writeHost(scratch + "/ctx.ini", context.data(), context.size());
     size_t rest = first < size ? first + 1 : size;
-    writeHost(scratch + "/tarnel91.ini", text + rest, size - rest);
+    std::string fixed = expand(text + rest, size - rest);
+    writeHost(scratch + "/tarnel91.ini", fixed.data(), fixed.size());
 
     std::string ctx = ToEnginePath((scratch + "/ctx.ini").c_str());
     SetIniFileContext(ctx.c_str(), nullptr);
