@@ -73,6 +73,7 @@ void SetIniFileContext(const char* iniFile, iniKeyFunction getKey) {
     }
     if (!libraryConfiguration) {
         libraryConfiguration = new (std::nothrow) LibraryConfiguration(iniFile, getKey);
+        if (libraryConfiguration) partLibrariesLoaded = libraryConfiguration->lastLoadResult();
         return;
     }
     libraryConfiguration->setIniFile(iniFile, getKey);
@@ -89,7 +90,6 @@ void RemoveIniFileContext() {
     libraryConfiguration->deleteLibraryWorkspaces();
     delete libraryConfiguration;
     libraryConfiguration = nullptr;
-    (void)partLibrariesLoaded;
 }
 
 LibraryConfiguration* getLibraryConfiguration() { return libraryConfiguration; }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "libraries/configuration.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 
@@ -34,6 +35,34 @@ TEST(Externals, StoresACopyOfTheName) {
     name[0] = 'X';
     EXPECT_STREQ(GetNameOfExternalsSubdirectory(), "mine");
     SetNameOfExternalsSubdirectory(nullptr);
+}
+
+// ---------------------------------------------------------------------------
+// Start-up and shutdown
+// ---------------------------------------------------------------------------
+
+TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
+    ASSERT_EQ(attachCount, 1) << "the library's load ran the entry point once";
+    EXPECT_NE(moduleHandle, nullptr);
+    EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH));
+    EXPECT_EQ(attachCount, 2);
+    SetNameOfExternalsSubdirectory("ext");
+    SetIniFileContext("none.ini", nullptr);
+    ASSERT_NE(getLibraryConfiguration(), nullptr);
+
+    EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_THREAD_ATTACH));
+    EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_THREAD_DETACH));
+    EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_PROCESS_DETACH));
+    EXPECT_EQ(attachCount, 1);
+    EXPECT_NE(getLibraryConfiguration(), nullptr) << "not the last detach";
+    EXPECT_STREQ(GetNameOfExternalsSubdirectory(), "ext");
+
+    EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_PROCESS_DETACH));
+    EXPECT_EQ(attachCount, 0);
+    EXPECT_EQ(getLibraryConfiguration(), nullptr) << "the last detach drops the configuration";
+    EXPECT_STREQ(GetNameOfExternalsSubdirectory(), "sys_libs");
+    EXPECT_STREQ(GetIniFileContext(), "none.ini") << "the name is kept";
+    engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH);
 }
 
 // ---------------------------------------------------------------------------
