@@ -41,9 +41,16 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* direct
     // The enumerations start on their invalid rows (their default), the
     // stamps at zero.
     if (!directory || !*directory) return;
+    placeIn(pathstring(directory)); // tidied, as every C string given to a pathstring
+}
 
-    fullPath = directory;
-    fullPath.tidyUp(false);
+DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& tidiedDirectory, workspace* owner_)
+    : owner(owner_), found(record) {
+    if (!tidiedDirectory.empty()) placeIn(tidiedDirectory);
+}
+
+void DesignFileItem::placeIn(const pathstring& tidiedDirectory) {
+    fullPath = tidiedDirectory;
     fullPath.appendComponent(found.cFileName);
     fullPath.getBase(baseName);
     fullPath.getPath(directoryPath);
@@ -51,7 +58,9 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* direct
     // Locality, decided here once. A system library directory counts as
     // System even beneath the workspace, so that test comes before the
     // subdirectory test.
-    pathstring workspaceDirectory(std::string(owner ? owner->getDirectory() : ""));
+    DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(owner);
+    const pathstring workspaceDirectory =
+        design ? design->getDirectoryString() : pathstring(std::string(owner ? owner->getDirectory() : ""));
     if (directoryPath.compareEqualQuickly(workspaceDirectory))
         locality = KVE_Locality::Local;
     else if (isSystemLibraryPath(directoryPath.c_str()))
@@ -138,6 +147,13 @@ const KVE_Locality& DesignFileItem::getLocality() { return locality; }
 
 int DesignFileItem::compareItems(const fileItem* other) const {
     if (other == this) return 0;
+    // Items of a workspace are design items: compare their fields directly.
+    if (const DesignFileItem* design = dynamic_cast<const DesignFileItem*>(other)) {
+        const int mine = locality.value();
+        const int theirs = design->locality.value();
+        if (mine == theirs) return lstrcmpiA(fullPath.c_str(), design->fullPath.c_str());
+        return mine < theirs ? -1 : 1;
+    }
     fileItem* that = const_cast<fileItem*>(other);
     const int mine = locality.value();
     const int theirs = that->getLocality().value();

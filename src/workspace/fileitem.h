@@ -234,6 +234,12 @@ private:
     friend class DesignWorkspace;
     friend class itemIndex;
 
+    // The constructor for a directory that is tidied already (as the
+    // workspace's own is): the same item, without tidying it again.
+    DesignFileItem(const WIN32_FIND_DATA& found, const pathstring& tidiedDirectory, workspace* owner);
+    // Names and locality from a tidied directory.
+    void placeIn(const pathstring& tidiedDirectory);
+
     // Frees the records of one usage list (defined with the library code).
     static void freeUsages(std::list<libraryUsage*>& usages);
 

@@ -25,15 +25,22 @@ int itemIndex::clampCategory(int category) {
     return category >= 0 && category < KVE_fileCategoryEnum::invalid ? category : KVE_fileCategoryEnum::invalid;
 }
 
-// The type, then the stem (getRoot) of the item's full path, folded.
+// The stem (getRoot of the full path), folded, then the type as one byte.
+std::string itemIndex::stemKey(int type, const std::string& foldedStem) {
+    std::string key(foldedStem);
+    key.push_back(static_cast<char>(clampType(type)));
+    return key;
+}
+
 std::string itemIndex::stemKey(int type, DesignFileItem* item) {
-    std::string root;
-    item->fullPath.getRoot(root);
-    return std::to_string(clampType(type)) + '|' + foldCase(root);
+    const char* begin;
+    const char* end;
+    item->fullPath.getRoot(begin, end);
+    return stemKey(type, foldCase(std::string(begin, end)));
 }
 
 const std::vector<DesignFileItem*>* itemIndex::ofTypeAndStem(int type, const std::string& foldedStem) const {
-    auto it = byTypeAndStem.find(std::to_string(clampType(type)) + '|' + foldedStem);
+    auto it = byTypeAndStem.find(stemKey(type, foldedStem));
     return it == byTypeAndStem.end() ? nullptr : &it->second;
 }
 
@@ -46,7 +53,7 @@ DesignFileItem* itemIndex::findByPath(const std::string& key) const {
 // 2. Insertion and removal
 // ---------------------------------------------------------------------------
 
-DesignFileItem* itemIndex::insert(DesignFileItem* item) {
+DesignFileItem* itemIndex::insert(DesignFileItem* item, std::string pathKey) {
     // The list is always in item order, so walking it from the back to the
     // first element that does not sort above the new item ends where the
     // set's upper bound is. A directory listing mostly arrives in order:
@@ -63,7 +70,8 @@ DesignFileItem* itemIndex::insert(DesignFileItem* item) {
     order.insert(place == items.end() ? order.end() : order.begin(), item);
     item->listPosition = items.insert(place, item);
     item->index = this;
-    byPath.emplace(foldCase(item->fullPath), item);
+    if (pathKey.empty()) pathKey = foldCase(item->fullPath);
+    byPath.emplace(std::move(pathKey), item);
     addToTypeIndexes(item);
     if (!item->isTypeCurrent()) stale.insert(item);
     return nullptr;

@@ -55,7 +55,8 @@ public:
     // Inserts item into the list at its place in item order, and into every
     // index. If an item that compares equal is there already, nothing is
     // inserted and that item is returned; otherwise null.
-    DesignFileItem* insert(DesignFileItem* item);
+    // pathKey, if given, is foldCase of the item's full path.
+    DesignFileItem* insert(DesignFileItem* item, std::string pathKey = std::string());
     // Takes item out of the list and every index.
     void remove(DesignFileItem* item);
 
@@ -79,6 +80,7 @@ private:
     static int clampType(int type);
     static int clampCategory(int category);
     static std::string stemKey(int type, DesignFileItem* item);
+    static std::string stemKey(int type, const std::string& foldedStem);
     void addToTypeIndexes(DesignFileItem* item);
     void removeFromTypeIndexes(DesignFileItem* item, int type, int category);
 

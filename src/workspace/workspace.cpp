@@ -9,6 +9,7 @@
 //   5. Look-ups.
 //   6. Listings and selection.
 // Listings by type and category are in categories.cpp.
+#include <cctype>
 #include <cstring>
 
 #include "workspace/itemindex.h"
@@ -90,6 +91,16 @@ const char* DesignWorkspace::getDirectory() { return directory.c_str(); }
 // 3. refresh
 // ---------------------------------------------------------------------------
 
+// Whether name, appended to a tidied directory, comes out as it is: no
+// separator, blank, colon or quote, which appending would change.
+static bool needsNoTidying(const char* name) {
+    if (!*name) return false;
+    for (const char* c = name; *c; ++c)
+        if (isspace(static_cast<unsigned char>(*c)) || *c == '\\' || *c == '/' || *c == ':' || *c == '"')
+            return false;
+    return true;
+}
+
 void DesignWorkspace::refresh() {
     for (fileItem* item : fileItems) static_cast<DesignFileItem*>(item)->setExists(false);
 
@@ -99,11 +110,16 @@ void DesignWorkspace::refresh() {
     base.tidyUp(false);
     pathstring pattern(base);
     pattern.appendComponent("*");
+    const std::string foldedBase = foldCase(base);
     WIN32_FIND_DATA entry;
     HANDLE find = FindFirstFileA(pattern.c_str(), &entry);
     if (find != INVALID_HANDLE_VALUE) {
         do {
             if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+            if (needsNoTidying(entry.cFileName)) {
+                addDirectoryEntry(base, foldedBase, entry);
+                continue;
+            }
             pathstring path(base);
             path.appendComponent(entry.cFileName);
             addItem(path, &entry, true);
@@ -175,6 +191,25 @@ static std::string longNameKey(const pathstring& path) {
     std::string longName;
     path.getLFN(longName);
     return foldCase(longName);
+}
+
+// The work of addItem for a directory entry, without forming and tidying
+// the path: it is the directory followed by the name.
+void DesignWorkspace::addDirectoryEntry(const pathstring& base, const std::string& foldedBase,
+                                        const WIN32_FIND_DATA& entry) {
+    std::string key = foldedBase + foldCase(entry.cFileName);
+    if (DesignFileItem* item = index->findByPath(key)) {
+        item->setFindData(entry);
+        item->setExists(true);
+        return;
+    }
+    DesignFileItem* created = new DesignFileItem(entry, base, this);
+    created->setExists(!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY));
+    created->determineType();
+    if (DesignFileItem* equal = index->insert(created, std::move(key))) {
+        delete created;
+        equal->setFindData(entry);
+    }
 }
 
 fileItem* DesignWorkspace::addFileItem(const char* path, const WIN32_FIND_DATA* found) {

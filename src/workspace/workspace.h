@@ -180,6 +180,10 @@ private:
     // addFileItem, with longName telling that path is already tidied and
     // in long-name form (a directory entry of this workspace).
     fileItem* addItem(const pathstring& path, const WIN32_FIND_DATA* found, bool longName);
+    // refresh's addFileItem for an entry of the directory (tidied, with
+    // foldedDirectory its key) whose name needs no tidying.
+    void addDirectoryEntry(const pathstring& directory, const std::string& foldedDirectory,
+                           const WIN32_FIND_DATA& entry);
     // The item whose full path equals path without regard to case.
     DesignFileItem* lookUp(const pathstring& path);
     // Whether a Local, existing file of a parent type with the stem of

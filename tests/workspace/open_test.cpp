@@ -1,0 +1,100 @@
+// Opening a workspace: every status, "tarnel.mdf", created directories,
+// the registry of open workspaces, and the directory's form.
+#include <sys/stat.h>
+#include <sys/time.h>
+
+#include "workspace_test.h"
+
+void setModificationTime(const std::string& hostPath, long seconds) {
+    struct timeval times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(utimes(hostPath.c_str(), times), 0) << hostPath;
+}
+
+TEST(OpenWorkspace, NullOrEmptyPathIsNoPathGivenAndRegistersNothing) {
+    const unsigned before = openWorkspaceCount;
+    KVE_Status status(KVE_Status::DirectoryNotFound);
+    EXPECT_EQ(OpenWorkspace(status, nullptr), nullptr);
+    EXPECT_EQ(status.value(), KVE_Status::NoPathGiven);
+    status = KVE_Status::NoError;
+    EXPECT_EQ(CreateWorkspace(status, ""), nullptr);
+    EXPECT_EQ(status.value(), KVE_Status::NoPathGiven);
+    EXPECT_EQ(openWorkspaceCount, before);
+    EXPECT_EQ(openWorkspaces.size(), before);
+}
+
+TEST(OpenWorkspace, ExistingDirectoryOpensInLongFormWithTrailingBackslash) {
+    TempDir dir;
+    makeFiles(dir, {{"Design/a.sch", "*version 1\n"}});
+    // Asked in another case and without the trailing separator.
+    std::string asked = dir.engine() + "\\DESIGN";
+    auto ws = openOrFail(asked);
+    ASSERT_TRUE(ws);
+    EXPECT_EQ(std::string(ws->getDirectory()), dir.engine("Design") + "\\");
+    EXPECT_EQ(baseNames(ws->getLocalItems()), std::vector<std::string>{"a.sch"});
+}
+
+TEST(OpenWorkspace, MissingDirectoryIsCreatedAtEveryLevel) {
+    TempDir dir;
+    const std::string path = dir.engine("one\\two\\three");
+    for (auto open : {OpenWorkspace, CreateWorkspace}) {
+        KVE_Status status(KVE_Status::NoPathGiven);
+        std::unique_ptr<workspace> ws(open(status, path.c_str()));
+        ASSERT_TRUE(ws);
+        EXPECT_EQ(status.value(), KVE_Status::NoError);
+        struct stat info;
+        ASSERT_EQ(stat(dir.host("one/two/three").c_str(), &info), 0);
+        EXPECT_TRUE(S_ISDIR(info.st_mode));
+        EXPECT_TRUE(baseNames(ws->getLocalItems()).empty());
+    }
+}
+
+TEST(OpenWorkspace, PlainFileAsDirectoryIsDirectoryNotFound) {
+    TempDir dir;
+    makeFiles(dir, {{"plain.txt", "x"}});
+    const unsigned before = openWorkspaceCount;
+    KVE_Status status;
+    EXPECT_EQ(OpenWorkspace(status, dir.engine("plain.txt").c_str()), nullptr);
+    EXPECT_EQ(status.value(), KVE_Status::DirectoryNotFound);
+    // A directory below a plain file cannot be created either.
+    EXPECT_EQ(OpenWorkspace(status, dir.engine("plain.txt\\below").c_str()), nullptr);
+    EXPECT_EQ(status.value(), KVE_Status::DirectoryNotFound);
+    EXPECT_EQ(openWorkspaceCount, before);
+    EXPECT_EQ(readFile(dir.host("plain.txt")), "x") << "the file must stay as it was";
+}
+
+TEST(OpenWorkspace, DesignFileNameInAnyCaseOpensItsDirectory) {
+    TempDir dir;
+    makeFiles(dir, {{"ws/top.sch", "*version 1\n"}, {"ws/tarnel.mdf", "not read"}});
+    for (const char* name : {"tarnel.mdf", "TARNEL.MDF", "Tarnel.Mdf"}) {
+        auto ws = openOrFail(dir.engine("ws") + "\\" + name);
+        ASSERT_TRUE(ws) << name;
+        EXPECT_EQ(std::string(ws->getDirectory()), dir.engine("ws") + "\\") << name;
+        // The design file is an ordinary entry of type MDF.
+        EXPECT_EQ(typeOf(*ws, dir.engine("ws\\tarnel.mdf")), "MDF");
+    }
+    // Without the file, the name still names the directory, which is made.
+    auto fresh = openOrFail(dir.engine("new") + "\\TARNEL.mdf");
+    ASSERT_TRUE(fresh);
+    EXPECT_EQ(std::string(fresh->getDirectory()), dir.engine("new") + "\\");
+    EXPECT_FALSE(fileExists(dir.host("new/TARNEL.mdf"))) << "the design file is never created";
+    EXPECT_TRUE(fileExists(dir.host("new")));
+}
+
+TEST(OpenWorkspace, RegistryCountsOpenWorkspacesAndSecondOpenIsIndependent) {
+    TempDir dir;
+    makeFiles(dir, {{"a.sch", "*version\n"}});
+    const unsigned before = openWorkspaceCount;
+    auto first = openOrFail(dir.engine());
+    auto second = openOrFail(dir.engine());
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(first.get(), second.get());
+    EXPECT_EQ(openWorkspaceCount, before + 2);
+    EXPECT_EQ(openWorkspaces.back(), second.get());
+    first->findItem(dir.engine("a.sch").c_str())->select();
+    EXPECT_FALSE(second->findItem(dir.engine("a.sch").c_str())->isSelected());
+    first.reset();
+    EXPECT_EQ(openWorkspaceCount, before + 1);
+    EXPECT_EQ(openWorkspaces.back(), second.get());
+    second.reset();
+    EXPECT_EQ(openWorkspaceCount, before);
+}

@@ -1,0 +1,55 @@
+// Helpers of the workspace tests: build a workspace on disk from a compact
+// description, open it, and read listings as names.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/tempdir.h"
+#include "workspace/workspace.h"
+
+// A file to write: path relative to the test directory, and its content.
+typedef std::vector<std::pair<std::string, std::string>> fileSet;
+
+// Writes every file of files below dir.
+inline void makeFiles(const TempDir& dir, const fileSet& files) {
+    for (const auto& file : files) writeFile(dir.host(file.first), file.second);
+}
+
+// Opens dir (an engine path) and expects NoError.
+inline std::unique_ptr<workspace> openOrFail(const std::string& enginePath) {
+    KVE_Status status;
+    workspace* opened = OpenWorkspace(status, enginePath.c_str());
+    EXPECT_EQ(status.value(), KVE_Status::NoError) << "opening " << enginePath;
+    return std::unique_ptr<workspace>(opened);
+}
+
+// The base names of a listing, in order; deletes the list.
+inline std::vector<std::string> baseNames(fileItemList* list) {
+    std::vector<std::string> names;
+    for (fileItem* item : *list) names.push_back(item->getBaseName());
+    delete list;
+    return names;
+}
+
+// The full paths of a listing, in order; deletes the list.
+inline std::vector<std::string> fullPaths(fileItemList* list) {
+    std::vector<std::string> paths;
+    for (fileItem* item : *list) paths.push_back(item->getFullPath());
+    delete list;
+    return paths;
+}
+
+// The file string of the type of a file's item ("SCH", "USER", ...), or
+// "none" if the workspace has no item for it.
+inline std::string typeOf(workspace& ws, const std::string& enginePath) {
+    fileItem* item = ws.findItem(enginePath.c_str());
+    return item ? item->getFileType().getFileString() : "none";
+}
+
+// Sets the last write time of a host file, in seconds since 1970.
+void setModificationTime(const std::string& hostPath, long seconds);
