@@ -19,8 +19,6 @@
 // 1. Helpers
 // ---------------------------------------------------------------------------
 
-static const char kSeparators[] = "\\/";
-
 static inline bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
 // ASCII lower case: what tolower does in the "C" locale, and what the
@@ -38,15 +36,27 @@ static bool equalIgnoringCase(const char* a, const char* b, size_t length) {
 }
 
 // Position of the last separator, or npos.
-static inline size_t lastSeparator(const std::string& s) { return s.find_last_of(kSeparators); }
+static inline size_t lastSeparator(const std::string& s) {
+    for (size_t i = s.size(); i-- > 0;)
+        if (isSeparator(s[i])) return i;
+    return std::string::npos;
+}
+
+// Position of the first separator at or after from, or npos.
+static inline size_t nextSeparator(const std::string& s, size_t from) {
+    for (size_t i = from; i < s.size(); ++i)
+        if (isSeparator(s[i])) return i;
+    return std::string::npos;
+}
 
 // Position of the extension's dot: the last "." with no separator after it;
 // npos if there is none.
 static size_t extensionDot(const std::string& s) {
-    size_t dot = s.rfind('.');
-    if (dot == std::string::npos) return dot;
-    if (s.find_first_of(kSeparators, dot) != std::string::npos) return std::string::npos;
-    return dot;
+    for (size_t i = s.size(); i-- > 0;) {
+        if (s[i] == '.') return i;
+        if (isSeparator(s[i])) break;
+    }
+    return std::string::npos;
 }
 
 // Offsets of component index in s as getPathComponent finds them; begin ==
@@ -78,7 +88,7 @@ pathstring::pathstring(const char* begin, const char* end)
 }
 
 pathstring::pathstring(const pathstring& other, size_type position, size_type length)
-    : std::basic_string<char>(other, position, length) {
+    : std::basic_string<char>(other, position < other.size() ? position : other.size(), length) {
     tidyUp(false);
 }
 
@@ -245,7 +255,7 @@ void pathstring::getPathComponent(int index, const char*& begin, const char*& en
     if (scan >= n) return;
     size_t start = scan;
     for (int step = 0;; ++step) {
-        size_t next = find_first_of(kSeparators, start);
+        size_t next = nextSeparator(*this, start);
         if (next == npos) {
             // The last component; nothing if more steps remain.
             if (step < index) return;
@@ -315,6 +325,26 @@ int pathstring::getNumberOfComponents() const {
 // 5. Canonical form and editing
 // ---------------------------------------------------------------------------
 
+// What removeExtraCharacters does with a byte: most bytes of a path are
+// plain and take one table look-up.
+enum CharacterClass : unsigned char { Plain, WhiteSpace, Separator, Colon, Quote, HighByte };
+
+// Built at compile time, so that a pathstring made by a static constructor
+// elsewhere finds it ready. White space is the ASCII set of isspace, which
+// is the same in every locale; bytes above 127 ask isspace at run time.
+struct CharacterClasses {
+    unsigned char of[256] = {};
+    constexpr CharacterClasses() {
+        for (int c = 0; c < 256; ++c) of[c] = c >= 0x80 ? HighByte : Plain;
+        of[static_cast<unsigned char>(' ')] = WhiteSpace;
+        for (int c = '\t'; c <= '\r'; ++c) of[c] = WhiteSpace;
+        of[static_cast<unsigned char>('\\')] = of[static_cast<unsigned char>('/')] = Separator;
+        of[static_cast<unsigned char>(':')] = Colon;
+        of[static_cast<unsigned char>('"')] = Quote;
+    }
+};
+static constexpr CharacterClasses kClasses{};
+
 void pathstring::removeExtraCharacters() {
     char* s = &(*this)[0];
     const size_t n = size();
@@ -324,12 +354,16 @@ void pathstring::removeExtraCharacters() {
     size_t keptEnd = 0;    // output position just after lastKept
     for (size_t in = 0; in < n; ++in) {
         char c = s[in];
-        if (isspace(static_cast<unsigned char>(c))) {
+        unsigned char kind = kClasses.of[static_cast<unsigned char>(c)];
+        if (kind == HighByte) kind = isspace(static_cast<unsigned char>(c)) ? WhiteSpace : Plain;
+        switch (kind) {
+        case WhiteSpace:
             // No blanks at the start, after a separator or after a colon.
             if (previous == '\\' || previous == ':' || previous == 0) continue;
             s[out++] = ' ';
             previous = ' ';
-        } else if (isSeparator(c)) {
+            break;
+        case Separator:
             if (previous == ' ') {  // drop the blanks before a separator
                 previous = lastKept;
                 out = keptEnd;
@@ -339,17 +373,20 @@ void pathstring::removeExtraCharacters() {
             s[out++] = '\\';
             previous = lastKept = '\\';
             keptEnd = out;
-        } else if (c == ':') {
+            break;
+        case Colon:
             if (previous == ' ') out = keptEnd;
             s[out++] = ':';
             previous = lastKept = ':';
             keptEnd = out;
-        } else if (c == '"') {
+            break;
+        case Quote:
             continue;
-        } else {
+        default:
             s[out++] = c;
             previous = lastKept = c;
             keptEnd = out;
+            break;
         }
     }
     resize(out);
@@ -371,13 +408,31 @@ void pathstring::removeDotDirectorySpecifiers() {
     int count = getNumberOfComponents();
     int floor = hasDriveLetter() ? 1 : (isUNCname() ? 2 : 0);
     int i = floor;
+    // The range of component i. While the string is unchanged the next
+    // component starts just after the separator that ends this one, as
+    // getPathComponent finds it; after a change, or after the drive, it is
+    // looked up again.
+    size_t b = 0, e = 0;
+    bool known = false;
+    auto stepToNext = [&]() {
+        if (known && !(i == 0 && hasDriveLetter()) && e < size() && isSeparator((*this)[e])) {
+            b = e + 1;
+            e = nextSeparator(*this, b);
+            if (e == npos) e = size();
+        } else {
+            known = false;
+        }
+        ++i;
+    };
     while (i < count) {
-        size_t b, e;
-        componentRange(*this, i, b, e);
+        if (!known) {
+            componentRange(*this, i, b, e);
+            known = true;
+        }
         bool dotsOnly = e > b;
         for (size_t k = b; k < e && dotsOnly; ++k) dotsOnly = (*this)[k] == '.';
         if (!dotsOnly) {
-            ++i;
+            stepToNext();
             continue;
         }
         size_t length = e - b;
@@ -393,7 +448,7 @@ void pathstring::removeDotDirectorySpecifiers() {
         if (static_cast<int>(length) > i - floor + 1) {
             // Nothing before it to cancel: it stays, and so does all before.
             floor = i + 1;
-            ++i;
+            stepToNext();
             continue;
         }
         // Remove this component and length-1 before it, with one separator:
@@ -408,6 +463,7 @@ void pathstring::removeDotDirectorySpecifiers() {
         erase(rb, e - rb);
         count -= static_cast<int>(length);
         i = first;
+        known = false;
     }
 }
 

@@ -52,7 +52,7 @@ public:
     // another pathstring, and assignments of a C string or a std::string are
     // tidied (tidyUp(false)). A copy, a std::string given to the constructor
     // and the copy assignment keep the text as it is. A null C string is the
-    // empty path.
+    // empty path; a position past the end of other gives the empty path.
 
     pathstring() {}
     explicit pathstring(const std::allocator<char>& allocator);
@@ -246,7 +246,8 @@ public:
     // The path as the file system spells it, component by component; out:
     // result (may be *this). Returns the number of trailing components that
     // do not exist, which are kept as given. A relative path comes back with
-    // .\ in front; a trailing backslash is lost. The empty path returns 0
+    // .\ in front; a trailing backslash is lost; ".." steps are kept as
+    // they are (they must lead somewhere). The empty path returns 0
     // and leaves result untouched. Depends on the current directory for a
     // relative path.
     int getLFN(std::string& result) const;

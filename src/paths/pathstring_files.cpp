@@ -62,7 +62,17 @@ int pathstring::getLFN(std::string& result) const {
         }
         FindClose(find);
         working.push_back('\\');
-        working.append(found.cFileName);
+        const char* b;
+        const char* e;
+        getPathComponent(i, b, e);
+        if (std::string(b, e).find_first_not_of('.') == std::string::npos) {
+            // ".." (what tidying leaves of dot directories) has no spelling
+            // of its own: the find record names the directory it leads to,
+            // which would put that name in place of the step up.
+            working.append(b, e);
+        } else {
+            working.append(found.cFileName);
+        }
         working.removeExtraCharacters();
     }
     result.assign(working);

@@ -90,6 +90,21 @@ TEST(LongNames, RelativePathsComeBackWithDot) {
     EXPECT_EQ(".\\Design\\gone\\x", result);
 }
 
+TEST(LongNames, StepsUpStayAsTheyAre) {
+    CwdGuard guard;
+    TempDir dir;
+    makeTree(dir);
+    ASSERT_EQ(0, chdir(dir.host("Design/Sub").c_str()));
+    std::string result;
+    EXPECT_EQ(0, pathstring("..\\models.lib").getLFN(result));
+    EXPECT_EQ(".\\..\\Models.LIB", result) << "the step up is not replaced by the name it leads to";
+    EXPECT_EQ(0, pathstring("..\\..\\design\\SUB").getLFN(result));
+    EXPECT_EQ(".\\..\\..\\Design\\Sub", result);
+    pathstring absolute(dir.engine("design\\sub\\..\\..\\DESIGN").c_str());
+    EXPECT_EQ(0, absolute.getLFN(result)) << "tidied first: no step up is left";
+    EXPECT_EQ(dir.engine("Design"), result);
+}
+
 TEST(LongNames, ResultMayBeTheObject) {
     TempDir dir;
     makeTree(dir);
