@@ -13,3 +13,4 @@
 #include "kv_export.h"
 #include "platform/platform.h"
 #include "workspace/workspace.h"
+#include "workspace/context.h"

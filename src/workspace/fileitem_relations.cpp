@@ -12,6 +12,8 @@
 //   3. Folders and usage records.
 #include "workspace/fileitem.h"
 
+#include "libraries/libraryusage.h"
+
 // ---------------------------------------------------------------------------
 // 1. Dependency questions
 // ---------------------------------------------------------------------------
@@ -40,6 +42,8 @@ void DesignFileItem::selectRelated(int) {
 
 void DesignFileItem::buildSubCategoryItems() {}
 
-// Nothing fills the usage lists before the library code does, so there is
-// no record to free yet; the library code frees them here.
-void DesignFileItem::freeUsages(std::list<libraryUsage*>& usages) { usages.clear(); }
+// The records are the list's; the entries they name stay their library's.
+void DesignFileItem::freeUsages(std::list<libraryUsage*>& usages) {
+    for (libraryUsage* usage : usages) delete usage;
+    usages.clear();
+}

@@ -1,0 +1,103 @@
+// Library files as items: a symbol, package, model or footprint library
+// known by its entries and not only as a file.
+//
+// The index of a symbol or package library is a run of lines at the head of
+// the file ("Format notes" in libraryitem.cpp); it is read at the first
+// look-up and kept until the scan results are thrown away. A design looks
+// up hundreds of names in a library of tens of thousands, so the reader
+// also builds a map from each single name to its first entry: a look-up
+// costs one hash probe, with exactly the answer of a walk of the entries
+// in file order.
+//
+// Contents:
+//   1. libraryIndexEntry.
+//   2. LibraryFileItem.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "workspace/fileitem.h"
+
+class InternalFunctionObject;
+class LibraryFileItem;
+class workspace;
+
+// ---------------------------------------------------------------------------
+// 1. libraryIndexEntry
+// ---------------------------------------------------------------------------
+
+// One entry of a library. The texts are owned by the entry's library,
+// which frees them with the entry (delete[]); names must not change once
+// the entry is in a library.
+struct libraryIndexEntry {
+    // The library: the item that read the index, set again by whoever finds
+    // the entry through a search.
+    LibraryFileItem* owner = nullptr;
+    // The entry's names, lower case, as ",name1,name2,"; null for an entry
+    // without names (a model's place in a model library), which no name
+    // finds.
+    char* names = nullptr;
+    // The "ako" parent written behind ":" in the name field, or null.
+    char* parent = nullptr;
+    // Where the entry's text starts, counted from the library's baseOffset,
+    // and how many bytes it has.
+    int32_t offset = 0;
+    int32_t size = 0;
+    // The index line ended in the mark "b".
+    bool isBlock = false;
+};
+
+// ---------------------------------------------------------------------------
+// 2. LibraryFileItem
+// ---------------------------------------------------------------------------
+
+class LibraryFileItem : public DesignFileItem {
+public:
+    // As DesignFileItem; the index starts empty and libraryKind at 0.
+    LibraryFileItem(const WIN32_FIND_DATA& found, const char* directory, workspace* owner);
+    ~LibraryFileItem() override;
+
+    // A library item is a system library whenever it is a system file.
+    bool isSystemLibrary() override;
+
+    // Reads the index of the file, appending to the entries (a second read
+    // without releaseIndex doubles them). Prints the trace line
+    // "LibraryFileItem::generateIndexList() for <path>". An unreadable file
+    // adds nothing.
+    void generateIndexList();
+    // The first entry, in file order, one of whose names is name (without
+    // regard to case), or null. An empty index is read first, after telling
+    // the client SearchingLibrary through op.
+    libraryIndexEntry* findIndexEntry(const char* name, InternalFunctionObject& op);
+    // Frees every entry; the next look-up reads the file again.
+    void releaseIndex();
+    // Appends an entry made elsewhere (such as a model's place in a model
+    // library); the library takes it over and sets its owner.
+    void addIndexEntry(libraryIndexEntry* entry);
+
+    const std::vector<libraryIndexEntry*>& getIndexEntries() const { return indexEntries; }
+    int32_t getBaseOffset() const { return baseOffset; }
+    int getLibraryKind() const { return libraryKind; }
+    void setLibraryKind(int kind) { libraryKind = kind; }
+    workspace* getWorkspace() const { return libraryWorkspace; }
+
+    // 0 none, 1 symbols, 2 models, 3 packages, 4 footprints (see
+    // libraries/configuration.h).
+    int libraryKind = 0;
+
+private:
+    void indexNames(size_t position);
+    libraryIndexEntry* linearSearch(const char* key) const;
+
+    workspace* libraryWorkspace;
+    std::vector<libraryIndexEntry*> indexEntries;
+    // The first byte behind the index: entry offsets count from here.
+    int32_t baseOffset = 0;
+    // Each single name to the position of its first entry. The keys point
+    // into the entries' names, which live as long as the entries.
+    std::unordered_map<std::string_view, size_t> firstEntryOfName;
+};

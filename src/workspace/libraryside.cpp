@@ -1,0 +1,181 @@
+// The library side of a workspace: its library items, the throwing away of
+// cached scan results, and the mark and sweep that removes the items no
+// Local item reaches any more after an operation.
+//
+// Contents:
+//   1. Library items: addLibraryItem, findLibraryItem.
+//   2. Cached scan results: discardScanResults, and the same for every open
+//      workspace when the INI context changes.
+//   3. The sweep: sweepUnreachedItems.
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+#include "workspace/context.h"
+#include "workspace/workspace.h"
+
+// ---------------------------------------------------------------------------
+// 1. Library items
+// ---------------------------------------------------------------------------
+
+// The full path of an item, as the lists compare it.
+static pathstring fullPathOf(fileItem* item) { return pathstring(std::string(item->getFullPath())); }
+
+fileItem* DesignWorkspace::findLibraryItem(const char* path_) {
+    pathstring path(path_ ? path_ : ""); // tidied on assignment
+    std::string longName;
+    path.getLFN(longName);
+    pathstring wanted{longName};
+    for (fileItem* item : libraryItems)
+        if (fullPathOf(item).compareEqualQuickly(wanted)) return item;
+    return nullptr;
+}
+
+fileItem* DesignWorkspace::addLibraryItem(const char* path_, const WIN32_FIND_DATA* found) {
+    if (fileItem* item = findLibraryItem(path_)) {
+        if (found) {
+            DesignFileItem* known = static_cast<DesignFileItem*>(item);
+            known->setFindData(*found);
+            known->setExists(true);
+        }
+        return item;
+    }
+    pathstring path(path_ ? path_ : "");
+    std::string longName;
+    path.getLFN(longName);
+    pathstring longPath{longName};
+
+    WIN32_FIND_DATA record;
+    bool exists;
+    if (found) {
+        record = *found;
+        exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+    } else {
+        HANDLE one = FindFirstFileA(longPath.c_str(), &record);
+        if (one != INVALID_HANDLE_VALUE) {
+            FindClose(one);
+            exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+        } else {
+            memset(&record, 0, sizeof record);
+            std::string name;
+            longPath.getBase(name);
+            strncpy(record.cFileName, name.c_str(), sizeof record.cFileName - 1);
+            exists = false;
+        }
+    }
+    std::string itemDirectory;
+    longPath.getPath(itemDirectory);
+    LibraryFileItem* created = new LibraryFileItem(record, itemDirectory.c_str(), this);
+    created->setExists(exists);
+    created->determineType();
+    // Library items keep the order of first use; no second look for an equal.
+    libraryItems.push_back(created);
+    return created;
+}
+
+// ---------------------------------------------------------------------------
+// 2. Cached scan results
+// ---------------------------------------------------------------------------
+
+// Frees the records of a usage list and empties it; with releaseIndexes the
+// libraries they name first drop their cached indexes.
+static void discardUsages(std::list<libraryUsage*>& usages, bool releaseIndexes) {
+    if (releaseIndexes)
+        for (libraryUsage* usage : usages)
+            if (usage->library) usage->library->releaseIndex();
+    for (libraryUsage* usage : usages) delete usage;
+    usages.clear();
+}
+
+void DesignWorkspace::discardScanResults(bool alsoDependencies) {
+    // Libraries are shared by all open workspaces: their indexes go only
+    // when this is the one open workspace.
+    bool releaseIndexes = openWorkspaceCount == 1;
+    for (fileItem* each : fileItems) {
+        DesignFileItem* item = static_cast<DesignFileItem*>(each);
+        if (!item->usedSymbols.empty()) {
+            discardUsages(item->usedSymbols, releaseIndexes);
+            item->scanStamp = fileStamp();
+        }
+        if (!item->usedModels.empty()) {
+            discardUsages(item->usedModels, false);
+            item->scanStamp = fileStamp();
+        }
+        if (!item->usedPackages.empty()) {
+            discardUsages(item->usedPackages, releaseIndexes);
+            item->scanStamp = fileStamp();
+        }
+        if (alsoDependencies) {
+            item->scanStamp = fileStamp();
+            item->fileDependencies.clear();
+            item->systemDependencies.clear();
+        }
+    }
+}
+
+// Called by SetIniFileContext on a reload: the answers about libraries may
+// have changed under every open workspace.
+void discardScanResultsOfOpenWorkspaces() {
+    for (workspace* each : openWorkspaces)
+        if (DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(each)) ws->discardScanResults(true);
+}
+
+// ---------------------------------------------------------------------------
+// 3. The sweep
+// ---------------------------------------------------------------------------
+
+void DesignWorkspace::sweepUnreachedItems() {
+    // Sets (or, with set false, clears) bits on root and, through the
+    // dependencies, system dependencies and used libraries, on every item
+    // that does not yet carry (still carries) any of them. The mark word
+    // ends cycles. A lambda, so that it reaches the items' lists as this
+    // member does.
+    auto changeMarks = [](DesignFileItem* root, unsigned bits, bool set) {
+        std::vector<DesignFileItem*> pending{root};
+        root->setVisitMark(set ? root->getVisitMark() | bits : root->getVisitMark() & ~bits);
+        while (!pending.empty()) {
+            DesignFileItem* item = pending.back();
+            pending.pop_back();
+            for (const std::list<fileItem*>* related :
+                 {&item->fileDependencies, &item->systemDependencies, &item->usedLibraries}) {
+                for (fileItem* each : *related) {
+                    DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
+                    if (!next) continue;
+                    unsigned mark = next->getVisitMark();
+                    if (set ? (mark & bits) != 0 : (mark & bits) == 0) continue;
+                    next->setVisitMark(set ? mark | bits : mark & ~bits);
+                    pending.push_back(next);
+                }
+            }
+        }
+    };
+
+    clearVisitMarks();
+    std::vector<DesignFileItem*> roots;
+    for (const std::list<fileItem*>* items : {&fileItems, &libraryItems})
+        for (fileItem* each : *items)
+            if (each->getLocality() == KVE_Locality::Local) roots.push_back(static_cast<DesignFileItem*>(each));
+    for (DesignFileItem* root : roots) changeMarks(root, 1, true);
+
+    std::vector<fileItem*> doomed;
+    std::vector<fileItem*> unreached;
+    for (fileItem* each : fileItems)
+        if (static_cast<DesignFileItem*>(each)->getVisitMark() == 0) unreached.push_back(each);
+    for (fileItem* each : unreached) {
+        unlinkFileItem(each);
+        doomed.push_back(each);
+    }
+    for (auto it = libraryItems.begin(); it != libraryItems.end();) {
+        if (static_cast<DesignFileItem*>(*it)->getVisitMark() == 0) {
+            doomed.push_back(*it);
+            it = libraryItems.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (fileItem* each : doomed) delete each;
+
+    for (DesignFileItem* root : roots) changeMarks(root, ~0u, false);
+}
