@@ -8,6 +8,7 @@
 //   5. scanFile and rewriteFile.
 #include "scanning/lineengine.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <unistd.h>
@@ -38,24 +39,142 @@ scanContext& getScanContext() {
 // 2. Text helpers
 // ---------------------------------------------------------------------------
 
-bool readScanLine(FILE* in, char* line) {
-    if (!fgets(line, scanLineSize, in)) {
-        line[0] = '\0';
-        return false;
-    }
-    // A NUL read from the file ends the line early; the rest is dropped.
+// Cuts a line as read at its last carriage return, else at its last line
+// feed. A NUL read from the file ends the line early; the rest is dropped,
+// as it would be behind fgets.
+static void cutLine(char* line) {
     size_t length = strlen(line);
     if (char* cr = static_cast<char*>(memrchr(line, '\r', length)))
         *cr = '\0';
     else if (length && line[length - 1] == '\n')
         line[length - 1] = '\0';
+}
+
+bool readScanLine(FILE* in, char* line) {
+    if (!fgets(line, scanLineSize, in)) {
+        line[0] = '\0';
+        return false;
+    }
+    cutLine(line);
     return true;
+}
+
+// The block reader of the pass in progress. It hands out exactly the
+// pieces that fgets with a buffer of scanLineSize would: up to and with a
+// line feed, at most scanLineSize - 1 characters, the rest at the end.
+namespace {
+struct passReader {
+    FILE* in = nullptr;
+    std::vector<char> buffer = std::vector<char>(1 << 16);
+    size_t position = 0, length = 0;
+    bool end = false;
+};
+} // namespace
+
+static passReader& thePassReader() {
+    static passReader reader;
+    return reader;
+}
+
+void resetPassReader(FILE* in) {
+    passReader& r = thePassReader();
+    r.in = in;
+    r.position = r.length = 0;
+    r.end = false;
+}
+
+// Moves r.position over whole pieces none of which can begin with first,
+// without looking at each line: it searches for the character itself and
+// takes a hit only where a piece begins (behind a line feed, or where the
+// rule of 1023 characters cuts a long line). Stops at a piece that begins
+// with first, before a long line (which the caller then takes piece by
+// piece), or at the partial line at the end of the buffer.
+static void skipPieces(passReader& r, char first) {
+    const char* base = r.buffer.data();
+    const size_t length = r.length, most = scanLineSize - 1;
+    size_t position = r.position, from = position;
+    while (position < length && base[position] != first) {
+        const char* hit = static_cast<const char*>(memchr(base + from, first, length - from));
+        if (!hit) {
+            // No piece of the rest can begin with it: keep the partial line.
+            if (const char* lf = static_cast<const char*>(memrchr(base + position, '\n', length - position)))
+                position = lf + 1 - base;
+            break;
+        }
+        const char* lf = static_cast<const char*>(memrchr(base + position, '\n', hit - (base + position)));
+        const size_t lineStart = lf ? lf + 1 - base : position;
+        const size_t at = hit - base;
+        position = lineStart;
+        if (at == lineStart || at - lineStart >= most) break; // a piece begins here, or maybe does
+        from = at + 1;
+    }
+    r.position = position;
+}
+
+bool readPassLine(FILE* in, char* line) {
+    int skipped = 0;
+    return readPassLineStartingWith(in, line, nullptr, skipped);
+}
+
+bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& skipped) {
+    passReader& r = thePassReader();
+    if (r.in != in) resetPassReader(in);
+    const size_t most = scanLineSize - 1;
+    // A table of the wanted first characters (none: every piece).
+    bool wanted[256] = {};
+    for (const char* f = firsts; f && *f; ++f) wanted[static_cast<unsigned char>(*f)] = true;
+    const bool oneFirst = firsts && firsts[0] && !firsts[1];
+    for (;;) {
+        if (oneFirst) skipPieces(r, firsts[0]);
+        const size_t available = r.length - r.position;
+        const char* start = r.buffer.data() + r.position;
+        size_t take = 0;
+        if (const void* lf = memchr(start, '\n', std::min(available, most)))
+            take = static_cast<const char*>(lf) - start + 1;
+        else if (available >= most)
+            take = most;
+        else if (!r.end) {
+            // Keep the partial line and read on behind it.
+            memmove(r.buffer.data(), start, available);
+            r.position = 0;
+            r.length = available;
+            const size_t got = fread(r.buffer.data() + available, 1, r.buffer.size() - available, in);
+            r.length += got;
+            if (got == 0) r.end = true;
+            continue;
+        } else if (available > 0)
+            take = available;
+        else {
+            line[0] = '\0';
+            return false;
+        }
+        // A piece whose first character cannot open a reference: a NUL
+        // there would make it an empty line, which cannot either.
+        if (firsts && !wanted[static_cast<unsigned char>(*start)]) {
+            r.position += take;
+            ++skipped;
+            continue;
+        }
+        memcpy(line, start, take);
+        line[take] = '\0';
+        r.position += take;
+        cutLine(line);
+        return true;
+    }
+}
+
+bool nextPassLine(scanPass& pass) {
+    if (pass.pushBack) {
+        pass.pushBack = false;
+        return true;
+    }
+    return readPassLine(pass.in, pass.line);
 }
 
 void copyScanLine(FILE* out, const char* line) {
     if (!out) return;
-    fputs(line, out);
-    fputc('\n', out);
+    fwrite(line, 1, strlen(line), out);
+    putc('\n', out);
 }
 
 char* findFileNameValue(char* line) {
@@ -108,18 +227,21 @@ typedef int (DesignFileItem::*lineHandler)(scanPass& pass);
 // The handler of state Line for each type that has one. A type that is not
 // here ends its pass after the first line. The schematic and symbol
 // library handlers join this table with their grammars.
+// firsts: the characters with which a line that names a file can begin, so
+// that a scan may pass over the others unread; null when any line may.
 struct typeHandlerRow {
     int type;
     lineHandler handler;
+    const char* firsts;
 };
 static const typeHandlerRow typeHandlers[] = {
-    {KVE_fileTypeEnum::CIR, &DesignFileItem::circuitDirectiveLine},
-    {KVE_fileTypeEnum::LIB, &DesignFileItem::circuitDirectiveLine},
-    {KVE_fileTypeEnum::DO, &DesignFileItem::routerCommandLine},
-    {KVE_fileTypeEnum::DSL, &DesignFileItem::synthesisSourceLine},
-    {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine},
-    {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine},
-    {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine},
+    {KVE_fileTypeEnum::CIR, &DesignFileItem::circuitDirectiveLine, "."},
+    {KVE_fileTypeEnum::LIB, &DesignFileItem::circuitDirectiveLine, "."},
+    {KVE_fileTypeEnum::DO, &DesignFileItem::routerCommandLine, nullptr},
+    {KVE_fileTypeEnum::DSL, &DesignFileItem::synthesisSourceLine, "UuIi"},
+    {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine, "*"},
+    {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine, "*"},
+    {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine, "*"},
 };
 
 // The grammars of the states other than Line, by state. They come with
@@ -145,9 +267,9 @@ static const stateRow stateHandlers[ScanStateCount] = {
     {nullptr, true},  // SymbolIndexFinish
 };
 
-static lineHandler handlerOfType(int type) {
+static const typeHandlerRow* rowOfType(int type) {
     for (const typeHandlerRow& row : typeHandlers)
-        if (row.type == type) return row.handler;
+        if (row.type == type) return &row;
     return nullptr;
 }
 
@@ -159,7 +281,11 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
     scanPass pass(in, out, work, op, state);
     scanContext& context = getScanContext();
     const int type = fileType.value();
-    const lineHandler typeHandler = handlerOfType(type);
+    const typeHandlerRow* typeRow = rowOfType(type);
+    const lineHandler typeHandler = typeRow ? typeRow->handler : nullptr;
+    // A scan passes over lines that its grammar would only pass on; a
+    // rewrite must copy them.
+    const char* firsts = !out && typeRow ? typeRow->firsts : nullptr;
     int result = 0;
     while (!pass.finished) {
         if (state != Line) {
@@ -177,9 +303,13 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
             continue;
         }
 
-        if (pass.pushBack)
-            pass.pushBack = false;
-        else if (!readScanLine(in, pass.line)) {
+        int skipped = 0;
+        const bool more = pass.pushBack || !firsts ? nextPassLine(pass)
+                                                   : readPassLineStartingWith(in, pass.line, firsts, skipped);
+        // Lines passed over one by one still count as lines of the circuit
+        // (the count matters to a rewrite only, which reads every line).
+        if (type == KVE_fileTypeEnum::CIR) context.circuitLineCount += skipped;
+        if (!more) {
             // End of input in state Line.
             if (type == KVE_fileTypeEnum::CIR) {
                 readModelIndex(op);
@@ -221,8 +351,10 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
             SetCurrentDirectoryA(directoryPath.c_str());
             char work[scanLineSize] = "";
             int state = Line;
+            resetPassReader(in);
             while (nextDependency(in, nullptr, work, op, state)) {
             }
+            resetPassReader(nullptr);
             fclose(in);
             SetCurrentDirectoryA(saved);
         }
@@ -278,8 +410,10 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
         SetCurrentDirectoryA(directoryPath.c_str());
         char work[scanLineSize] = "";
         int state = Line;
+        resetPassReader(in);
         while (nextDependency(in, out, work, op, state)) {
         }
+        resetPassReader(nullptr);
         fclose(in);
         SetCurrentDirectoryA(saved);
     }

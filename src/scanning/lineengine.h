@@ -127,6 +127,22 @@ struct scanPass {
 // line feed. False at the end of the input.
 bool readScanLine(FILE* in, char* line);
 
+// readScanLine for the file of a pass: the same lines, read from in by
+// blocks. The block buffer is kept between calls (a pass returns at every
+// reference) and belongs to in until resetPassReader; scanFile and
+// rewriteFile reset it at the start and end of their pass.
+bool readPassLine(FILE* in, char* line);
+void resetPassReader(FILE* in);
+// readPassLine that passes over the lines whose first character is not one
+// of firsts without copying them (a scan's fast path: the grammar would
+// only pass them on), counting them in skipped.
+bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& skipped);
+
+// The next line of a grammar: the line in the buffer again when pushBack is
+// set (which it clears), else a new one from the pass's file. False at the
+// end of the input.
+bool nextPassLine(scanPass& pass);
+
 // Writes line and a line feed to out; nothing when out is null.
 void copyScanLine(FILE* out, const char* line);
 
