@@ -19,6 +19,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "operations/operation.h"
 #include "platform/platform.h"
@@ -26,14 +27,16 @@
 
 static const size_t kMaxScanInput = 65536;
 
-// Maps every path to its bare name.
+// Records every path as reported and maps it to its bare name.
 class bareNameOperation : public InternalFunctionObject {
 public:
     bool dependencyFound(pathstring& path, bool, bool) override {
+        found.push_back(path);
         path = path.getBase();
         return true;
     }
     bool acceptsItem(fileItem*) override { return true; }
+    std::vector<std::string> found;
 };
 
 static std::string scanScratch;
@@ -86,10 +89,19 @@ static int fuzzScanFormat(const char* extension, const uint8_t* data, size_t siz
     item->hasChildren(0, &nobody);
     for (fileItem* each : item->getFileDependencies(&nobody)) each->getFileType();
 
+    // A scan passes over lines that cannot name a file without reading
+    // them one by one; a rewrite reads every line. Both must meet the same
+    // references in the same order.
+    bareNameOperation scanned;
+    item->scanFile(&nobody, scanned);
     bareNameOperation op;
     const pathstring source(enginePath.c_str());
     const pathstring target(ToEnginePath((scanScratch + "/out/" + name).c_str()).c_str());
     item->rewriteFile(&nobody, source, target, op);
+    if (scanned.found != op.found) {
+        fprintf(stderr, "the scan met %zu references, the rewrite %zu\n", scanned.found.size(), op.found.size());
+        abort();
+    }
     SetCurrentDirectoryA(ToEnginePath(scanScratch.c_str()).c_str());
     item->rewriteFile(&nobody, source, source, op);
     SetCurrentDirectoryA(saved);
