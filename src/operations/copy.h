@@ -35,8 +35,10 @@ public:
     ~IFOcopy();
 
     // --- 1. the run --------------------------------------------------------
-    // Sends the begin action (unless it is `invalid`). The plan and the copy
-    // of the files follow it here. With no workspace nothing is sent.
+    // Sends the begin action (unless it is `invalid`), naming the level of
+    // the options. With no workspace nothing is sent. The plan and the copy
+    // of the files join here; until they do, the run ends after the begin
+    // action with the unlocks of an empty plan.
     virtual void execute();
 
     // --- 2. InternalFunctionObject ----------------------------------------

@@ -40,6 +40,11 @@ std::string itemIndex::stemKey(int type, DesignFileItem* item) {
 }
 
 const std::vector<DesignFileItem*>* itemIndex::ofTypeAndStem(int type, const std::string& foldedStem) const {
+    if (!stemsIndexed) {
+        for (const orderedItems& items : byType)
+            for (DesignFileItem* item : items) byTypeAndStem[stemKey(item->fileType.value(), item)].push_back(item);
+        stemsIndexed = true;
+    }
     auto it = byTypeAndStem.find(stemKey(type, foldedStem));
     return it == byTypeAndStem.end() ? nullptr : &it->second;
 }
@@ -94,12 +99,13 @@ void itemIndex::addToTypeIndexes(DesignFileItem* item) {
     ofItsType.insert(ofItsType.end(), item);
     orderedItems& ofItsCategory = byCategory[clampCategory(item->category.value())];
     ofItsCategory.insert(ofItsCategory.end(), item);
-    byTypeAndStem[stemKey(item->fileType.value(), item)].push_back(item);
+    if (stemsIndexed) byTypeAndStem[stemKey(item->fileType.value(), item)].push_back(item);
 }
 
 void itemIndex::removeFromTypeIndexes(DesignFileItem* item, int type, int category) {
     byType[clampType(type)].erase(item);
     byCategory[clampCategory(category)].erase(item);
+    if (!stemsIndexed) return;
     auto it = byTypeAndStem.find(stemKey(type, item));
     if (it == byTypeAndStem.end()) return;
     std::vector<DesignFileItem*>& same = it->second;

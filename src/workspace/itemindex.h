@@ -7,7 +7,8 @@
 //   - an ordered set in item order, which finds where a new item goes;
 //   - a hash of full paths folded to lower case, for findItem;
 //   - an ordered set per file type and per category, for the listings;
-//   - a hash of (type, stem folded to lower case), for the claiming rule.
+//   - a hash of (type, stem folded to lower case), for the claiming rule,
+//     made when that rule is first asked.
 // Every answer is the one the plain list would give: the sets use the item
 // order itself, and a key matches exactly when the list's comparison
 // (equal but for ASCII case) would.
@@ -89,6 +90,8 @@ private:
     std::unordered_map<std::string, DesignFileItem*> byPath;
     orderedItems byType[KVE_fileTypeEnum::invalid + 1];
     orderedItems byCategory[KVE_fileCategoryEnum::invalid + 1];
-    std::unordered_map<std::string, std::vector<DesignFileItem*>> byTypeAndStem;
+    // Built at the first question (only Miscellaneous Files asks), then kept.
+    mutable bool stemsIndexed = false;
+    mutable std::unordered_map<std::string, std::vector<DesignFileItem*>> byTypeAndStem;
     std::unordered_set<DesignFileItem*> stale;
 };
