@@ -156,7 +156,9 @@ int main() {
     // the closure is timed (bench_workspace times the open).
     size_t reached = 0;
     double scan = 1e30;
-    for (int run = 0; run < 3; ++run) {
+    // KV_BENCH_SCAN_RUNS repeats the scan (for a profiler); 3 by default.
+    const int runs = getenv("KV_BENCH_SCAN_RUNS") ? atoi(getenv("KV_BENCH_SCAN_RUNS")) : 3;
+    for (int run = 0; run < runs; ++run) {
         KVE_Status status;
         std::unique_ptr<workspace> ws(OpenWorkspace(status, ToEnginePath(dir.c_str()).c_str()));
         fileItem* top = ws->findItem(ToEnginePath((dir + "/" + circuitName(0)).c_str()).c_str());

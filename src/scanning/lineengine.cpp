@@ -310,7 +310,8 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
         // (the count matters to a rewrite only, which reads every line).
         if (type == KVE_fileTypeEnum::CIR) context.circuitLineCount += skipped;
         if (!more) {
-            // End of input in state Line.
+            // End of input in state Line. (A schematic's page index is
+            // patched here once the schematic grammar is built.)
             if (type == KVE_fileTypeEnum::CIR) {
                 readModelIndex(op);
                 context.circuitLineCount = 0;
