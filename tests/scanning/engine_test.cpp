@@ -363,3 +363,44 @@ TEST_F(Engine, ChildrenQuestions) {
     fileItem* missing = static_cast<DesignWorkspace*>(ws.get())->addFileItem(dir.engine("gone.cir").c_str(), nullptr);
     EXPECT_FALSE(missing->hasChildren(0, nullptr));
 }
+
+// ---------------------------------------------------------------------------
+// The scan's fast path
+// ---------------------------------------------------------------------------
+
+// Records the paths as reported, leaving them as they are.
+class pathRecorder : public InternalFunctionObject {
+public:
+    bool dependencyFound(pathstring& path, bool, bool) override {
+        found.push_back(path);
+        return true;
+    }
+    bool acceptsItem(fileItem*) override { return true; }
+    std::vector<std::string> found;
+};
+
+// A scan passes over lines by searching for the first character of a
+// directive; a rewrite reads every piece. Pieces of long lines, lines that
+// straddle the reader's blocks and dots inside lines must come out the same.
+TEST_F(Engine, ScanAndRewriteMeetTheSameReferences) {
+    std::string text;
+    text += std::string(1023, 'x') + ".INC piece2.inc\n";      // a piece that begins with a dot
+    text += std::string(2046, 'y') + ".INC piece3.inc\n";      // the third piece of a line
+    text += std::string(1022, 'z') + ".INC notapiece.inc\n";   // a dot one short of a piece
+    text += "R1 a b 1.5k .INC inside.inc\n";                   // a dot inside a line
+    while (text.size() < 65536 - 7) text += "R2 n1 n2 10k\n";
+    text.resize(65536 - 7);
+    text += "\n.INC straddle.inc\n";                           // across the first block's end
+    for (int i = 0; i < 3000; ++i) text += "C" + std::to_string(i) + " n1 0 1.0u\n";
+    text += ".LIB last.lib";                                   // no line end at all
+    open({{"a.lib", text}});
+    DesignFileItem* a = item("a.lib");
+    pathRecorder scanned;
+    a->scanFile(nullptr, scanned);
+    pathRecorder rewritten;
+    ASSERT_TRUE(a->rewriteFile(nullptr, pathstring(a->getFullPath()), pathstring(dir.engine("b.lib").c_str()),
+                               rewritten));
+    EXPECT_EQ(scanned.found, rewritten.found);
+    EXPECT_EQ(scanned.found, (std::vector<std::string>{"piece2.inc", "piece3.inc", "straddle.inc",
+                                                        dir.engine("last.lib")}));
+}
