@@ -26,6 +26,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <list>
 
 #include "paths/pathstring.h"
@@ -36,9 +37,12 @@
 class callBack;
 class DesignWorkspace;
 class fileItem;
+class InternalFunctionObject;
 class itemIndex;
+class LibraryFileItem;
 class libraryUsage;
 class workspace;
+struct scanPass;
 
 // ---------------------------------------------------------------------------
 // 1. fileItemList, fileStamp
@@ -206,6 +210,82 @@ public:
     workspace* getOwner() const { return owner; }
     unsigned getVisitMark() const { return visitMark; }
     void setVisitMark(unsigned mark) { visitMark = mark; }
+
+    // --- Dependency data (src/scanning/) ----------------------------------
+    // The lists are valid while isScanCurrent holds; every reader below
+    // that takes a client scans first when they are not.
+
+    // The read-only pass: empties both dependency lists and fills them
+    // again from the file (through op, an IFOscanDependencies); sets
+    // scanStamp, also when the file cannot be read (op hears
+    // CannotReadFile) or has no references. Never fails.
+    void scanFile(callBack* client, InternalFunctionObject& op);
+    // The fix-up pass: writes target (in place through a temporary file
+    // when target is source) with every reference replaced by what op's
+    // dependencyFound gives back. False, touching nothing, when the type
+    // has no references and the caller must copy the file itself.
+    bool rewriteFile(callBack* client, const pathstring& source, const pathstring& target,
+                     InternalFunctionObject& op);
+    // Runs the line engine up to the next reference: 1 when one was
+    // reported, 0 at the end of the file. state is the caller's, 0 at the
+    // start of a file; out is null in a scan; work has 1024 bytes.
+    int nextDependency(FILE* in, FILE* out, char* work, InternalFunctionObject& op, int& state);
+    // scanStamp equals the item's present time and size.
+    bool isScanCurrent();
+    // The direct dependencies that are not system files, and those that
+    // are, each sorted and unique; scanned first when stale.
+    std::list<fileItem*>& getFileDependencies(callBack* client);
+    std::list<fileItem*>& getSystemDependencies(callBack* client);
+    // Adds the direct dependencies to list by the localize choice:
+    // IncludeNone nothing, IncludeLocal the Local and Local_subdir file
+    // dependencies, IncludeGlobal all file dependencies, LocalizeAll also
+    // the system dependencies. Ordered inserts.
+    void appendDependencies(fileItemList& list, const KVE_localizeEnum& localize, callBack* client);
+    // Appends every item reached through both lists, each once, depth
+    // first. Only this item scans with client; deeper ones with nobody.
+    void collectClosure(fileItemList& list, callBack* client);
+    // The same over file dependencies of locality Local or Local_subdir.
+    void collectLocalClosure(fileItemList& list, callBack* client);
+    // Records a found item (null is ignored): system files into
+    // systemDependencies, others into fileDependencies (a library also
+    // into usedLibraries).
+    void addDependency(fileItem* item);
+    void addSystemDependency(fileItem* item);
+    // Registers the library at path (a bare name lies in the workspace
+    // directory) and appends it to usedLibraries, duplicates kept.
+    LibraryFileItem* addUsedLibrary(pathstring& path);
+    // The first entry of usedLibraries whose path equals path, or null.
+    LibraryFileItem* findUsedLibrary(const char* path);
+    // Zeroes scanStamp and empties both dependency lists.
+    void forgetDependencies();
+    // Set or clear mark bits on this item and everything it reaches
+    // through both lists and usedLibraries; the mark word ends cycles.
+    void setMarks(unsigned bits);
+    void clearMarks(unsigned bits);
+
+    // The model index beside a circuit or schematic: records the models
+    // that the last simulation took from libraries (usedModels) and
+    // reports each library through op.
+    void readModelIndex(InternalFunctionObject& op);
+    // A new usage of the model at offset and size in the library at path,
+    // or null when no library item can be had.
+    libraryUsage* makeModelUsage(pathstring& libraryPath, int offset, int size);
+
+    const fileStamp& getScanStamp() const { return scanStamp; }
+    const std::list<fileItem*>& getUsedLibraries() const { return usedLibraries; }
+    const std::list<libraryUsage*>& getUsedModels() const { return usedModels; }
+    const std::list<libraryUsage*>& getUsedSymbols() const { return usedSymbols; }
+    const std::list<libraryUsage*>& getUsedPackages() const { return usedPackages; }
+    std::list<fileItem*>& getSubCategoryItems() { return subCategoryItems; }
+
+    // Line handlers of the formats, run by nextDependency (one source
+    // each under src/scanning/). Each returns 1 when it reported a
+    // reference.
+    int circuitDirectiveLine(scanPass& pass);
+    int localLibLine(scanPass& pass);
+    int netlistNameLine(scanPass& pass);
+    int synthesisSourceLine(scanPass& pass);
+    int routerCommandLine(scanPass& pass);
 
 protected:
     // In declared order, as the other parts of the engine expect them.

@@ -1,40 +1,15 @@
-// What a file item depends on and what is shown beneath it.
+// The folders beneath a file item and its usage records.
 //
-// These answers rest on the dependency scan and on the folder items, which
-// are built on top of the workspace. Until they are, an item has no
-// dependencies and no folders: hasChildren is false, the lists are empty,
-// and selecting with dependencies selects the item alone. The scanning and
-// folder code replace the bodies in this file.
+// The dependency questions of an item (hasChildren, getChildren,
+// getDependencyClosure, selectRelated) are answered with the scan, in
+// src/scanning/dependencies.cpp. Until the folder code is built an item
+// has no folders.
 //
 // Contents:
-//   1. Dependency questions.
-//   2. Selection walks.
 //   3. Folders and usage records.
 #include "workspace/fileitem.h"
 
 #include "libraries/libraryusage.h"
-
-// ---------------------------------------------------------------------------
-// 1. Dependency questions
-// ---------------------------------------------------------------------------
-
-bool DesignFileItem::hasChildren(int, callBack*) { return false; }
-
-fileItemList* DesignFileItem::getDependencyClosure(callBack*, int) { return new fileItemList; }
-
-fileItemList* DesignFileItem::getChildren(callBack*, int) { return new fileItemList; }
-
-// ---------------------------------------------------------------------------
-// 2. Selection walks
-// ---------------------------------------------------------------------------
-
-// Marks and selects the item once per walk. The closures it would follow
-// (flags 1 and 2) and the system-file folders (flag 4) are empty here.
-void DesignFileItem::selectRelated(int) {
-    if (visitMark != 0) return;
-    visitMark |= 1;
-    selected = true;
-}
 
 // ---------------------------------------------------------------------------
 // 3. Folders and usage records

@@ -1,0 +1,195 @@
+// Benchmark of the dependency scan and the rewrite pass, against reading
+// and copying the same bytes in the same run.
+//
+//   cat      read every file to nowhere with read(2) in 64 KB blocks: the
+//            bytes a scan cannot avoid reading
+//   scan     the closure of the top circuit on an open workspace: every file
+//            scanned once through the line engine, every include and
+//            library recorded
+//   cp       read every file and write it to a target directory
+//   rewrite  rewriteFile of every circuit into a target directory through a
+//            copy-like operation (bare names for neighbours)
+//
+// The design is generated: circuits of 200 KB of element lines, each
+// including two others (a binary tree from c0000.cir, so the closure of the
+// top reaches all) and naming three of ten model libraries, with comments
+// and continuation lines between. By default 400 circuits (80 MB);
+// KV_BENCH_SCAN_FULL=1 gives the full size of 2,000 circuits (400 MB), and
+// KV_BENCH_SCAN_FILES=N any other count. Each figure is the best of three
+// runs on warm caches, printed as a ratio to its baseline: the scan against
+// cat (target: within 3x), the rewrite against cp.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <functional>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "operations/operation.h"
+#include "platform/platform.h"
+#include "workspace/workspace.h"
+
+static double bestOf3(const std::function<void()>& work) {
+    double best = 1e30;
+    for (int i = 0; i < 3; ++i) {
+        auto start = std::chrono::steady_clock::now();
+        work();
+        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (seconds < best) best = seconds;
+    }
+    return best;
+}
+
+static void writeHost(const std::string& path, const std::string& content) {
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0 || write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
+        perror(path.c_str());
+        exit(1);
+    }
+    close(fd);
+}
+
+static void removeTree(const std::string& dir) {
+    DIR* d = opendir(dir.c_str());
+    if (!d) return;
+    while (struct dirent* e = readdir(d)) {
+        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
+        const std::string path = dir + "/" + e->d_name;
+        struct stat st;
+        if (lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+            removeTree(path);
+        else
+            unlink(path.c_str());
+    }
+    closedir(d);
+    rmdir(dir.c_str());
+}
+
+static std::string circuitName(int i) {
+    char name[32];
+    snprintf(name, sizeof name, "c%04d.cir", i);
+    return name;
+}
+
+// One circuit of about size bytes.
+static std::string makeCircuit(int i, int count, size_t size) {
+    std::string text = "* generated circuit " + std::to_string(i) + "\n";
+    for (int child : {2 * i + 1, 2 * i + 2})
+        if (child < count) text += ".INC \"" + circuitName(child) + "\"\n";
+    for (int k = 0; k < 3; ++k) text += ".LIB models" + std::to_string((i + k) % 10) + ".lib\n";
+    text += ".LIB\n";
+    char line[128];
+    for (int n = 0; text.size() < size; ++n) {
+        if (n % 50 == 0)
+            snprintf(line, sizeof line, "* section %d of the amplifier chain, stage %d\n", n / 50, i);
+        else if (n % 17 == 0)
+            snprintf(line, sizeof line, "+ IS=1e-14 BF=%d VAF=%d\n", 100 + n % 50, 50 + n % 30);
+        else
+            snprintf(line, sizeof line, "R%d n%d n%d %dk\n", n, n, n + 1, 1 + n % 97);
+        text += line;
+    }
+    text += ".END\n";
+    return text;
+}
+
+// Copies the bytes of a file through user space.
+static void copyBytes(const std::string& from, const std::string& to, std::vector<char>& buffer) {
+    int in = open(from.c_str(), O_RDONLY);
+    int out = open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (in < 0 || out < 0) exit(1);
+    for (ssize_t n; (n = read(in, buffer.data(), buffer.size())) > 0;)
+        if (write(out, buffer.data(), n) != n) exit(1);
+    close(in);
+    close(out);
+}
+
+// Maps every path to its bare name, as a copy does for a neighbour.
+class bareNameOperation : public InternalFunctionObject {
+public:
+    bool dependencyFound(pathstring& path, bool, bool) override {
+        path = path.getBase();
+        return true;
+    }
+    bool acceptsItem(fileItem*) override { return true; }
+};
+
+int main() {
+    SetTraceOutput(nullptr);
+    int count = 400;
+    if (getenv("KV_BENCH_SCAN_FULL")) count = 2000;
+    if (const char* n = getenv("KV_BENCH_SCAN_FILES")) count = atoi(n);
+    if (count < 1) count = 1;
+    const size_t size = 200 * 1024;
+
+    char root[] = "/tmp/kvbench-scan-XXXXXX";
+    if (!mkdtemp(root)) return 1;
+    const std::string dir = std::string(root) + "/design";
+    const std::string target = std::string(root) + "/target";
+    mkdir(dir.c_str(), 0755);
+    mkdir(target.c_str(), 0755);
+    size_t bytes = 0;
+    for (int i = 0; i < count; ++i) {
+        const std::string text = makeCircuit(i, count, size);
+        bytes += text.size();
+        writeHost(dir + "/" + circuitName(i), text);
+    }
+    for (int k = 0; k < 10; ++k) writeHost(dir + "/models" + std::to_string(k) + ".lib", "* models\n.MODEL D D\n");
+    printf("%d circuits, %.0f MB\n", count, bytes / 1e6);
+
+    std::vector<char> buffer(65536);
+    const double cat = bestOf3([&] {
+        for (int i = 0; i < count; ++i) {
+            int fd = open((dir + "/" + circuitName(i)).c_str(), O_RDONLY);
+            while (read(fd, buffer.data(), buffer.size()) > 0) {
+            }
+            close(fd);
+        }
+    });
+
+    // Each run on a fresh workspace, so that every file is scanned; only
+    // the closure is timed (bench_workspace times the open).
+    size_t reached = 0;
+    double scan = 1e30;
+    // KV_BENCH_SCAN_RUNS repeats the scan (for a profiler); 3 by default.
+    const int runs = getenv("KV_BENCH_SCAN_RUNS") ? atoi(getenv("KV_BENCH_SCAN_RUNS")) : 3;
+    for (int run = 0; run < runs; ++run) {
+        KVE_Status status;
+        std::unique_ptr<workspace> ws(OpenWorkspace(status, ToEnginePath(dir.c_str()).c_str()));
+        fileItem* top = ws->findItem(ToEnginePath((dir + "/" + circuitName(0)).c_str()).c_str());
+        auto start = std::chrono::steady_clock::now();
+        fileItemList* closure = top->getDependencyClosure(nullptr, 0);
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (seconds < scan) scan = seconds;
+        reached = closure->size();
+        delete closure;
+    }
+
+    const double cp = bestOf3([&] {
+        for (int i = 0; i < count; ++i) copyBytes(dir + "/" + circuitName(i), target + "/" + circuitName(i), buffer);
+    });
+    KVE_Status status;
+    std::unique_ptr<workspace> ws(OpenWorkspace(status, ToEnginePath(dir.c_str()).c_str()));
+    const double rewrite = bestOf3([&] {
+        for (int i = 0; i < count; ++i) {
+            const std::string source = ToEnginePath((dir + "/" + circuitName(i)).c_str());
+            DesignFileItem* item = static_cast<DesignFileItem*>(ws->findItem(source.c_str()));
+            bareNameOperation op;
+            item->rewriteFile(nullptr, pathstring(source.c_str()),
+                              pathstring(ToEnginePath((target + "/" + circuitName(i)).c_str()).c_str()), op);
+        }
+    });
+
+    printf("closure reaches %zu files\n", reached);
+    printf("cat      %8.3f s\n", cat);
+    printf("scan     %8.3f s  %5.2fx cat (target: within 3x)\n", scan, scan / cat);
+    printf("cp       %8.3f s\n", cp);
+    printf("rewrite  %8.3f s  %5.2fx cp\n", rewrite, rewrite / cp);
+    removeTree(root);
+    return 0;
+}

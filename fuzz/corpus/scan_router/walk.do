@@ -1,0 +1,3 @@
+a   bcdefg
+load sub/x.dsn
+#c

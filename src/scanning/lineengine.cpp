@@ -1,0 +1,430 @@
+// The line engine and the two passes over a file.
+//
+// Contents:
+//   1. The scan context.
+//   2. Text helpers shared by the formats.
+//   3. The dispatch tables: file type -> line handler, state -> grammar.
+//   4. nextDependency.
+//   5. scanFile and rewriteFile.
+#include "scanning/lineengine.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+#include "operations/operation.h"
+#include "platform/platform.h"
+#include "workspace/fileitem.h"
+
+// ---------------------------------------------------------------------------
+// 1. The scan context
+// ---------------------------------------------------------------------------
+
+scanContext::~scanContext() { freeRecords(); }
+
+void scanContext::freeRecords() {
+    for (indexRecord* record : pageRecords) delete record;
+    for (indexRecord* record : symbolRecords) delete record;
+    pageRecords.clear();
+    symbolRecords.clear();
+}
+
+scanContext& getScanContext() {
+    static scanContext context;
+    return context;
+}
+
+// ---------------------------------------------------------------------------
+// 2. Text helpers
+// ---------------------------------------------------------------------------
+
+// Cuts a line as read at its last carriage return, else at its last line
+// feed. A NUL read from the file ends the line early; the rest is dropped,
+// as it would be behind fgets.
+static void cutLine(char* line) {
+    size_t length = strlen(line);
+    if (char* cr = static_cast<char*>(memrchr(line, '\r', length)))
+        *cr = '\0';
+    else if (length && line[length - 1] == '\n')
+        line[length - 1] = '\0';
+}
+
+bool readScanLine(FILE* in, char* line) {
+    if (!fgets(line, scanLineSize, in)) {
+        line[0] = '\0';
+        return false;
+    }
+    cutLine(line);
+    return true;
+}
+
+// The block reader of the pass in progress. It hands out exactly the
+// pieces that fgets with a buffer of scanLineSize would: up to and with a
+// line feed, at most scanLineSize - 1 characters, the rest at the end.
+namespace {
+struct passReader {
+    FILE* in = nullptr;
+    std::vector<char> buffer = std::vector<char>(1 << 16);
+    size_t position = 0, length = 0;
+    bool end = false;
+};
+} // namespace
+
+static passReader& thePassReader() {
+    static passReader reader;
+    return reader;
+}
+
+void resetPassReader(FILE* in) {
+    passReader& r = thePassReader();
+    r.in = in;
+    r.position = r.length = 0;
+    r.end = false;
+}
+
+// Moves r.position over whole pieces none of which can begin with first,
+// without looking at each line: it searches for the character itself and
+// takes a hit only where a piece begins (behind a line feed, or where the
+// rule of 1023 characters cuts a long line). Stops at a piece that begins
+// with first, before a long line (which the caller then takes piece by
+// piece), or at the partial line at the end of the buffer.
+static void skipPieces(passReader& r, char first) {
+    const char* base = r.buffer.data();
+    const size_t length = r.length, most = scanLineSize - 1;
+    size_t position = r.position, from = position;
+    while (position < length && base[position] != first) {
+        const char* hit = static_cast<const char*>(memchr(base + from, first, length - from));
+        if (!hit) {
+            // No piece of the rest can begin with it: keep the partial line.
+            if (const char* lf = static_cast<const char*>(memrchr(base + position, '\n', length - position)))
+                position = lf + 1 - base;
+            break;
+        }
+        const char* lf = static_cast<const char*>(memrchr(base + position, '\n', hit - (base + position)));
+        const size_t lineStart = lf ? lf + 1 - base : position;
+        const size_t at = hit - base;
+        position = lineStart;
+        if (at == lineStart || at - lineStart >= most) break; // a piece begins here, or maybe does
+        from = at + 1;
+    }
+    r.position = position;
+}
+
+bool readPassLine(FILE* in, char* line) {
+    int skipped = 0;
+    return readPassLineStartingWith(in, line, nullptr, skipped);
+}
+
+bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& skipped) {
+    passReader& r = thePassReader();
+    if (r.in != in) resetPassReader(in);
+    const size_t most = scanLineSize - 1;
+    // A table of the wanted first characters (none: every piece).
+    bool wanted[256] = {};
+    for (const char* f = firsts; f && *f; ++f) wanted[static_cast<unsigned char>(*f)] = true;
+    const bool oneFirst = firsts && firsts[0] && !firsts[1];
+    for (;;) {
+        if (oneFirst) skipPieces(r, firsts[0]);
+        const size_t available = r.length - r.position;
+        const char* start = r.buffer.data() + r.position;
+        size_t take = 0;
+        if (const void* lf = memchr(start, '\n', std::min(available, most)))
+            take = static_cast<const char*>(lf) - start + 1;
+        else if (available >= most)
+            take = most;
+        else if (!r.end) {
+            // Keep the partial line and read on behind it.
+            memmove(r.buffer.data(), start, available);
+            r.position = 0;
+            r.length = available;
+            const size_t got = fread(r.buffer.data() + available, 1, r.buffer.size() - available, in);
+            r.length += got;
+            if (got == 0) r.end = true;
+            continue;
+        } else if (available > 0)
+            take = available;
+        else {
+            line[0] = '\0';
+            return false;
+        }
+        // A piece whose first character cannot open a reference: a NUL
+        // there would make it an empty line, which cannot either.
+        if (firsts && !wanted[static_cast<unsigned char>(*start)]) {
+            r.position += take;
+            ++skipped;
+            continue;
+        }
+        memcpy(line, start, take);
+        line[take] = '\0';
+        r.position += take;
+        cutLine(line);
+        return true;
+    }
+}
+
+bool nextPassLine(scanPass& pass) {
+    if (pass.pushBack) {
+        pass.pushBack = false;
+        return true;
+    }
+    return readPassLine(pass.in, pass.line);
+}
+
+void copyScanLine(FILE* out, const char* line) {
+    if (!out) return;
+    fwrite(line, 1, strlen(line), out);
+    putc('\n', out);
+}
+
+char* findFileNameValue(char* line) {
+    static const char keyword[] = "filename=";
+    const size_t keywordLength = sizeof keyword - 1;
+    // The search on a lower-cased copy: the position is the same in line.
+    const size_t length = strlen(line);
+    char* found = nullptr;
+    for (size_t i = 0; i + keywordLength <= length && !found; ++i) {
+        if ((line[i] | 0x20) != 'f') continue;
+        if (_strnicmp(line + i, keyword, keywordLength) == 0) found = line + i;
+    }
+    if (found) {
+        char* value = found + keywordLength;
+        while (*value == ' ') ++value;
+        // Blanks to the end give the terminator itself, which is no line end.
+        if (*value == '\n' || *value == '\r') return nullptr;
+        if (value == found + keywordLength && *value == '\0') return nullptr;
+        return value;
+    }
+    if ((line[0] == 'i' || line[0] == 'I') && line[1] == ' ') return strchr(line, '"');
+    return nullptr;
+}
+
+void splitQuotedWords(const char* text, std::vector<std::string>& words) {
+    const char* p = text;
+    for (;;) {
+        while (*p == ' ' || *p == '\t') ++p;
+        if (!*p) return;
+        std::string word;
+        bool quoted = false;
+        for (; *p; ++p) {
+            if (*p == '"') {
+                quoted = !quoted;
+                continue;
+            }
+            if (!quoted && (*p == ' ' || *p == '\t')) break;
+            word += *p;
+        }
+        words.push_back(word);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 3. Dispatch tables
+// ---------------------------------------------------------------------------
+
+typedef int (DesignFileItem::*lineHandler)(scanPass& pass);
+
+// The handler of state Line for each type that has one. A type that is not
+// here ends its pass after the first line. The schematic and symbol
+// library handlers join this table with their grammars.
+// firsts: the characters with which a line that names a file can begin, so
+// that a scan may pass over the others unread; null when any line may.
+struct typeHandlerRow {
+    int type;
+    lineHandler handler;
+    const char* firsts;
+};
+static const typeHandlerRow typeHandlers[] = {
+    {KVE_fileTypeEnum::CIR, &DesignFileItem::circuitDirectiveLine, "."},
+    {KVE_fileTypeEnum::LIB, &DesignFileItem::circuitDirectiveLine, "."},
+    {KVE_fileTypeEnum::DO, &DesignFileItem::routerCommandLine, nullptr},
+    {KVE_fileTypeEnum::DSL, &DesignFileItem::synthesisSourceLine, "UuIi"},
+    {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine, "*"},
+    {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine, "*"},
+    {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine, "*"},
+};
+
+// The grammars of the states other than Line, by state. They come with
+// the schematic (1, 2, 3, 5, 7, 8, 10) and symbol library (4, 6, 9, 11)
+// formats; a state without one ends the pass. readsLine is false for the
+// states that work on the line in the buffer and go back to Line after.
+struct stateRow {
+    lineHandler handler;
+    bool readsLine;
+};
+static const stateRow stateHandlers[ScanStateCount] = {
+    {nullptr, true},  // Line: handled by nextDependency itself
+    {nullptr, true},  // SchematicViews
+    {nullptr, true},  // SchematicLibraries
+    {nullptr, true},  // PageIndex
+    {nullptr, true},  // SymbolIndex
+    {nullptr, false}, // PartLine
+    {nullptr, true},  // SymbolBody
+    {nullptr, false}, // PortLine
+    {nullptr, false}, // PackageLine
+    {nullptr, true},  // SymbolViews
+    {nullptr, true},  // SchematicAnalysis
+    {nullptr, true},  // SymbolIndexFinish
+};
+
+static const typeHandlerRow* rowOfType(int type) {
+    for (const typeHandlerRow& row : typeHandlers)
+        if (row.type == type) return &row;
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// 4. nextDependency
+// ---------------------------------------------------------------------------
+
+int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunctionObject& op, int& state) {
+    scanPass pass(in, out, work, op, state);
+    scanContext& context = getScanContext();
+    const int type = fileType.value();
+    const typeHandlerRow* typeRow = rowOfType(type);
+    const lineHandler typeHandler = typeRow ? typeRow->handler : nullptr;
+    // A scan passes over lines that its grammar would only pass on; a
+    // rewrite must copy them.
+    const char* firsts = !out && typeRow ? typeRow->firsts : nullptr;
+    int result = 0;
+    while (!pass.finished) {
+        if (state != Line) {
+            const stateRow& row =
+                state > 0 && state < ScanStateCount ? stateHandlers[state] : stateHandlers[SymbolIndexFinish];
+            if (!row.handler) {
+                // A grammar that is not built yet: the file ends here.
+                state = Line;
+                pass.finished = true;
+                break;
+            }
+            result = (this->*row.handler)(pass);
+            if (!row.readsLine) state = Line;
+            if (result) return result;
+            continue;
+        }
+
+        int skipped = 0;
+        const bool more = pass.pushBack || !firsts ? nextPassLine(pass)
+                                                   : readPassLineStartingWith(in, pass.line, firsts, skipped);
+        // Lines passed over one by one still count as lines of the circuit
+        // (the count matters to a rewrite only, which reads every line).
+        if (type == KVE_fileTypeEnum::CIR) context.circuitLineCount += skipped;
+        if (!more) {
+            // End of input in state Line. (A schematic's page index is
+            // patched here once the schematic grammar is built.)
+            if (type == KVE_fileTypeEnum::CIR) {
+                readModelIndex(op);
+                context.circuitLineCount = 0;
+            }
+            pass.finished = true;
+            break;
+        }
+
+        if (!typeHandler) {
+            pass.finished = true;
+            break;
+        }
+        if (type == KVE_fileTypeEnum::CIR) {
+            // A rewritten circuit opens with a comment naming its file.
+            if (++context.circuitLineCount == 1 && out) fprintf(out, "* %s\n", getBaseName());
+        }
+        result = (this->*typeHandler)(pass);
+        if (result) return result;
+    }
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// 5. scanFile and rewriteFile
+// ---------------------------------------------------------------------------
+
+void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
+    scanStamp = fileStamp();
+    fileDependencies.clear();
+    systemDependencies.clear();
+    if (exists() && getFileType().canHaveDependencies() && !isSubCategory()) {
+        FILE* in = kvFopen(fullPath.c_str(), "rt");
+        if (!in) {
+            op.reportProblem(KVE_callBackAction::CannotReadFile, nullptr, nullptr);
+        } else {
+            char saved[MAX_PATH] = "";
+            GetCurrentDirectoryA(MAX_PATH, saved);
+            SetCurrentDirectoryA(directoryPath.c_str());
+            char work[scanLineSize] = "";
+            int state = Line;
+            resetPassReader(in);
+            while (nextDependency(in, nullptr, work, op, state)) {
+            }
+            resetPassReader(nullptr);
+            fclose(in);
+            SetCurrentDirectoryA(saved);
+        }
+    }
+    // Set also after a failure: the file counts as scanned until it changes.
+    scanStamp = fileStamp::of(found);
+    // A file met both ways stays where it was recorded as a plain file.
+    for (auto it = systemDependencies.begin(); it != systemDependencies.end();) {
+        bool twice = false;
+        for (fileItem* plain : fileDependencies)
+            if (plain == *it) twice = true;
+        it = twice ? systemDependencies.erase(it) : std::next(it);
+    }
+}
+
+// The temporary file of an in-place rewrite, in the current directory; the
+// process id keeps two processes apart.
+static std::string temporaryRewriteName() {
+    char directory[MAX_PATH] = "";
+    GetCurrentDirectoryA(MAX_PATH, directory);
+    pathstring path(directory);
+    path.appendComponent("_KV_TMP_" + std::to_string(static_cast<long>(getpid())) + ".TMP");
+    return path;
+}
+
+bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const pathstring& target,
+                                 InternalFunctionObject& op) {
+    const KVE_fileTypeEnum& type = getFileType();
+    if (!type.canHaveDependencies()) return false;
+    // These formats hold byte offsets of their own content, which must be
+    // the true output positions: written in binary, with bare line feeds.
+    const bool binary = type == KVE_fileTypeEnum::SCH || type == KVE_fileTypeEnum::SCV || type == KVE_fileTypeEnum::SLB;
+    const char* mode = binary ? "wb" : "wt";
+
+    const bool inPlace = source.compareEqualQuickly(target);
+    std::string outputPath;
+    if (inPlace) {
+        kvTrace("FIXUP/LOCALIZE file %s\n", source.c_str());
+        outputPath = temporaryRewriteName();
+    } else {
+        outputPath = target;
+    }
+    FILE* out = kvFopen(outputPath.c_str(), mode);
+    if (!out) {
+        op.reportProblem(KVE_callBackAction::CannotWriteFile, nullptr, nullptr);
+        return true;
+    }
+
+    FILE* in = kvFopen(fullPath.c_str(), "rt");
+    if (in) {
+        char saved[MAX_PATH] = "";
+        GetCurrentDirectoryA(MAX_PATH, saved);
+        SetCurrentDirectoryA(directoryPath.c_str());
+        char work[scanLineSize] = "";
+        int state = Line;
+        resetPassReader(in);
+        while (nextDependency(in, out, work, op, state)) {
+        }
+        resetPassReader(nullptr);
+        fclose(in);
+        SetCurrentDirectoryA(saved);
+    }
+    fclose(out);
+
+    if (inPlace) {
+        // An input that did not open leaves the source as it is, rather than
+        // replacing it by the empty output.
+        if (in && CopyFileA(outputPath.c_str(), source.c_str(), FALSE)) DeleteFileA(outputPath.c_str());
+        else if (!in) DeleteFileA(outputPath.c_str());
+    }
+    return true;
+}
