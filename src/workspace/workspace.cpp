@@ -19,7 +19,7 @@
 // 1. The registry and OpenWorkspace
 // ---------------------------------------------------------------------------
 
-std::list<workspace*> openWorkspaces;
+std::list<workspace*>& openWorkspaces = *new std::list<workspace*>;
 unsigned openWorkspaceCount = 0;
 const char* designFileName = "tarnel.mdf";
 

@@ -46,7 +46,9 @@ class workspace;
 
 // All live workspaces in order of opening (not owned), and their number;
 // a workspace adds itself when opened and removes itself when deleted.
-extern std::list<workspace*> openWorkspaces;
+// The list is never destroyed: the library's shutdown may delete
+// workspaces that a client left open after static destructors have run.
+extern std::list<workspace*>& openWorkspaces;
 extern unsigned openWorkspaceCount;
 // "tarnel.mdf": a name a client may give instead of the directory.
 extern const char* designFileName;
