@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "platform/platform.h"
+
 #include "workspace/fileitem.h"
 #include "workspace/workspace.h"
 
@@ -24,8 +26,10 @@ void IFOscanDependencies::abort() {}
 
 bool IFOscanDependencies::dependencyFound(pathstring& path, bool isLibraryDependency, bool) {
     path.assignRelativeTo(itemDirectory);
-    printf("FILE DEPENDENCY FOUND: %s\n", path.c_str());
-    if (!scanWorkspace) return true;
+    kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
+    // A path that names no file (an empty reference, made absolute, is the
+    // file's own directory) is not one the workspace can take as an item.
+    if (!scanWorkspace || path.getBase().empty()) return true;
     fileItem* found = scanWorkspace->addFileItem(path.c_str(), nullptr);
     if (!found) return true;
     DesignFileItem* item = static_cast<DesignFileItem*>(scannedItem);

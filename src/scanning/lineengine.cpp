@@ -260,7 +260,7 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
     const bool inPlace = source.compareEqualQuickly(target);
     std::string outputPath;
     if (inPlace) {
-        printf("FIXUP/LOCALIZE file %s\n", source.c_str());
+        kvTrace("FIXUP/LOCALIZE file %s\n", source.c_str());
         outputPath = temporaryRewriteName();
     } else {
         outputPath = target;

@@ -1,0 +1,102 @@
+// Helpers of the scanning tests (scantest.h).
+#include "scanning/scantest.h"
+
+#include <filesystem>
+
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+
+namespace fs = std::filesystem;
+
+std::string replaceAll(std::string text, const std::string& from, const std::string& to) {
+    if (from.empty()) return text;
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+void copyTree(const std::string& hostSource, const std::string& hostTarget, const std::string& root) {
+    for (const auto& entry : fs::recursive_directory_iterator(hostSource)) {
+        const std::string relative = fs::relative(entry.path(), hostSource).string();
+        const std::string target = hostTarget + "/" + relative;
+        if (entry.is_directory())
+            fs::create_directories(target);
+        else if (entry.path().filename() == ".keep")
+            fs::create_directories(fs::path(target).parent_path());
+        else
+            writeFile(target, replaceAll(readFile(entry.path().string()), "@ROOT@", root));
+    }
+}
+
+LibraryPathScope::LibraryPathScope(const TempDir& dir) {
+    if (const char* old = getenv("KVENG_WINDIR")) savedWindir = old, hadWindir = true;
+    writeFile(dir.host("ini/tarnel91.ini"), "[Part Libs]\n");
+    writeFile(dir.host("ini/context.ini"), "[TARNEL]\nLIBPATH=" + dir.engine("syslib") + "\n");
+    fs::create_directories(dir.host("syslib"));
+    setenv("KVENG_WINDIR", dir.host("ini").c_str(), 1);
+    RemoveIniFileContext();
+    SetIniFileContext(dir.engine("ini/context.ini").c_str(), nullptr);
+}
+
+LibraryPathScope::~LibraryPathScope() {
+    RemoveIniFileContext();
+    if (hadWindir)
+        setenv("KVENG_WINDIR", savedWindir.c_str(), 1);
+    else
+        unsetenv("KVENG_WINDIR");
+}
+
+copyLikeOperation::copyLikeOperation(const std::string& sourceDirectory, const std::string& targetDirectory,
+                                     const std::string& fileDirectory)
+    : source(sourceDirectory.c_str()), target(targetDirectory.c_str()), directory(fileDirectory.c_str()) {
+    source.forceEndInSlash();
+    target.forceEndInSlash();
+    directory.forceEndInSlash();
+}
+
+bool copyLikeOperation::dependencyFound(pathstring& path, bool, bool) {
+    found.push_back(path);
+    path.assignRelativeTo(directory);
+    pathstring mapped = path;
+    if (path.isInDirectory(source)) {
+        mapped.makeRelativeTo(source);
+        mapped.assignRelativeTo(target);
+    } else if (isSystemLibraryPath(path.getPath().c_str())) {
+        mapped = path.getBase();
+    }
+    if (mapped.getPath().compareEqualQuickly(target)) mapped = mapped.getBase();
+    path = mapped;
+    return true;
+}
+
+std::list<std::string>* copyLikeOperation::getModelLibraryPaths() {
+    if (!giveModelLibraries) return nullptr;
+    return new std::list<std::string>(modelLibraries.begin(), modelLibraries.end());
+}
+
+std::string localityName(const KVE_Locality& locality) {
+    switch (locality.value()) {
+    case KVE_Locality::Local: return "Local";
+    case KVE_Locality::Local_subdir: return "Local_subdir";
+    case KVE_Locality::External: return "External";
+    case KVE_Locality::System: return "System";
+    default: return "invalid";
+    }
+}
+
+std::string describeScan(DesignFileItem& item, const std::string& root) {
+    std::string text;
+    auto line = [&](const std::string& kind, fileItem* each) {
+        text += kind + " " + replaceAll(each->getFullPath(), root, "@ROOT@") + " " +
+                localityName(each->getLocality()) + " " + (each->exists() ? "exists" : "missing") + "\n";
+    };
+    for (fileItem* each : item.getFileDependencies(nullptr)) line("file", each);
+    for (fileItem* each : item.getSystemDependencies(nullptr)) line("system", each);
+    for (fileItem* each : item.getUsedLibraries()) {
+        LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(each);
+        text += "library " + replaceAll(each->getFullPath(), root, "@ROOT@") + " kind " +
+                std::to_string(library ? library->getLibraryKind() : -1) + "\n";
+    }
+    for (libraryUsage* usage : item.getUsedModels()) text += "model " + replaceAll(usage->name, root, "@ROOT@") + "\n";
+    return text;
+}

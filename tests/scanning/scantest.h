@@ -1,0 +1,81 @@
+// Helpers of the scanning tests: a design tree on disk with its library
+// path, an operation that maps paths the way a copy does, and a client
+// that records what it is told.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "operations/operation.h"
+#include "paths/pathstring.h"
+#include "support/tempdir.h"
+#include "vocabulary/callback.h"
+#include "workspace/context.h"
+#include "workspace/fileitem.h"
+#include "workspace/workspace.h"
+
+// Replaces every occurrence of from in text by to.
+std::string replaceAll(std::string text, const std::string& from, const std::string& to);
+
+// Copies the tree below hostSource into hostTarget, replacing "@ROOT@" in
+// every file by root (the engine path of the test directory).
+void copyTree(const std::string& hostSource, const std::string& hostTarget, const std::string& root);
+
+// A library configuration whose library path is the directory syslib of
+// dir, with an empty fixed INI file; dropped again at the end.
+class LibraryPathScope {
+public:
+    explicit LibraryPathScope(const TempDir& dir);
+    ~LibraryPathScope();
+
+private:
+    std::string savedWindir;
+    bool hadWindir = false;
+};
+
+// Records every action sent to it; answers Cancel to the action cancelOn.
+class recordingClient : public callBack {
+public:
+    void notify(callBackRecord& record) override {
+        actions.push_back(record.action.value());
+        details.push_back(record.detail ? record.detail : "");
+        if (record.action.value() == cancelOn) record.status = KVE_callBackStatus::Cancel;
+    }
+    std::vector<int> actions;
+    std::vector<std::string> details;
+    int cancelOn = -1;
+};
+
+// An operation of a rewrite that maps paths as a copy at IncludeLocal
+// does: a path is made absolute against the file's directory; a file
+// below the source directory goes to the same place below the target; a
+// file in a system library directory keeps its bare name; any other stays
+// where it is. A path that then lies directly in the target directory
+// becomes a bare name.
+class copyLikeOperation : public InternalFunctionObject {
+public:
+    copyLikeOperation(const std::string& sourceDirectory, const std::string& targetDirectory,
+                      const std::string& fileDirectory);
+    bool dependencyFound(pathstring& path, bool isLibraryDependency, bool skipModelLibraries) override;
+    bool acceptsItem(fileItem*) override { return true; }
+    std::list<std::string>* getModelLibraryPaths() override;
+
+    std::vector<std::string> found;         // paths as reported
+    std::vector<std::string> modelLibraries; // given for a default library, if set
+    bool giveModelLibraries = false;
+
+private:
+    pathstring source, target, directory;
+};
+
+// The dependency data of item as text, one line each, paths with root
+// replaced by "@ROOT@": "file PATH LOCALITY exists|missing", "system ...",
+// "library PATH kind N", "model NAME".
+std::string describeScan(DesignFileItem& item, const std::string& root);
+
+// The name of a locality value ("Local", "Local_subdir", ...).
+std::string localityName(const KVE_Locality& locality);
