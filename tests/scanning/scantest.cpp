@@ -1,6 +1,9 @@
 // Helpers of the scanning tests (scantest.h).
 #include "scanning/scantest.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "libraries/libraryitem.h"
@@ -99,4 +102,37 @@ std::string describeScan(DesignFileItem& item, const std::string& root) {
     }
     for (libraryUsage* usage : item.getUsedModels()) text += "model " + replaceAll(usage->name, root, "@ROOT@") + "\n";
     return text;
+}
+
+// The trace lines of the engine would drown the test output.
+namespace {
+struct silentTrace : ::testing::Environment {
+    void SetUp() override { SetTraceOutput(nullptr); }
+};
+const ::testing::Environment* const silence = ::testing::AddGlobalTestEnvironment(new silentTrace);
+} // namespace
+
+void scanFixture::open(const std::vector<std::pair<std::string, std::string>>& files, const std::string& at) {
+    for (const auto& file : files) writeFile(dir.host(file.first), file.second);
+    KVE_Status status;
+    ws.reset(OpenWorkspace(status, (at.empty() ? dir.engine() : dir.engine(at)).c_str()));
+    ASSERT_TRUE(ws);
+}
+
+DesignFileItem* scanFixture::item(const std::string& relative) {
+    fileItem* found = ws->findItem(dir.engine(relative).c_str());
+    EXPECT_TRUE(found) << "no item for " << relative;
+    return dynamic_cast<DesignFileItem*>(found);
+}
+
+std::vector<std::string> scanFixture::names(const std::list<fileItem*>& items) {
+    std::vector<std::string> result;
+    for (fileItem* each : items) result.push_back(each->getBaseName());
+    return result;
+}
+
+void scanFixture::touchAndRefresh(const std::string& relative, long seconds) {
+    struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    utimensat(AT_FDCWD, dir.host(relative).c_str(), times, 0);
+    ws->refresh();
 }

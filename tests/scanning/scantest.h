@@ -79,3 +79,21 @@ std::string describeScan(DesignFileItem& item, const std::string& root);
 
 // The name of a locality value ("Local", "Local_subdir", ...).
 std::string localityName(const KVE_Locality& locality);
+
+// A design on disk, opened as a workspace, for the unit tests.
+class scanFixture : public ::testing::Test {
+protected:
+    // Writes files (path, content) below the test directory and opens it,
+    // or its subdirectory at.
+    void open(const std::vector<std::pair<std::string, std::string>>& files, const std::string& at = "");
+    // The item of a file below the test directory; fails the test if none.
+    DesignFileItem* item(const std::string& relative);
+    // The base names of a list of items.
+    static std::vector<std::string> names(const std::list<fileItem*>& items);
+    // Reads the directory again after files changed, with a new time on
+    // relative so that its stamp changes even within one second.
+    void touchAndRefresh(const std::string& relative, long seconds);
+
+    TempDir dir;
+    std::unique_ptr<workspace> ws;
+};
