@@ -4,8 +4,8 @@
 // The top-level categories that have items, each with its items and their
 // type names. Beneath each file comes what the window shows when the file
 // is opened: its folders (Reports, Netlists, Workspace Dependencies, ...)
-// with what they hold, or for a file without folders its dependencies;
-// and so on down, each file with its locality (Local, Local_subdir,
+// with what they hold, or for a file without folders its dependencies (a
+// circuit, whose folders hold no dependencies, shows both); and so on down, each file with its locality (Local, Local_subdir,
 // External, System) and a mark when it is missing. Only folders that hold
 // something are shown. A file met a second time is not opened again
 // ("shown above"), and a file that depends on itself through others is
@@ -31,8 +31,12 @@
 #include "command.h"
 #include "json.h"
 #include "vocabulary/callback.h"
+#include "workspace/context.h"
 #include "workspace/subcategory.h"
 #include "workspace_cli.h"
+
+// The INI file given with --ini, as an engine path (cmd_libs.cpp).
+std::string iniFileArgument(const Args& args);
 
 // ---------------------------------------------------------------------------
 // 1. The client
@@ -157,7 +161,33 @@ private:
             }
         }
         delete children;
+        for (fileItem* dependency : unfolderedDependencies(item)) {
+            treeNode file = fileNode(dependency);
+            expand(dependency, file, level + 1);
+            node.children.push_back(file);
+        }
         ancestors.pop_back();
+    }
+
+    // A circuit's window shows its Output and System Files folders and no
+    // folder of dependencies; the tree lists the dependencies of such a
+    // file beneath its folders, as it does for a file without folders.
+    // Empty for every other file.
+    std::vector<fileItem*> unfolderedDependencies(fileItem* item) {
+        std::vector<fileItem*> found;
+        DesignFileItem* design = dynamic_cast<DesignFileItem*>(item);
+        if (!design || item->isSubCategory() || !item->exists()) return found;
+        const KVE_fileTypeEnum& type = item->getFileType();
+        if (!type.canHaveDependencies() || !type.canHaveSubcategories()) return found;
+        for (fileItem* folder : design->getSubCategoryItems()) {
+            const int value = folder->getCategory().value();
+            if (value == KVE_fileCategoryEnum::LocalDependencies || value == KVE_fileCategoryEnum::ExternalDependencies ||
+                value == KVE_fileCategoryEnum::SystemDependencies || value == KVE_fileCategoryEnum::Dependencies)
+                return found;
+        }
+        for (fileItem* each : design->getFileDependencies(&client)) found.push_back(each);
+        for (fileItem* each : design->getSystemDependencies(&client)) found.push_back(each);
+        return found;
     }
 
     // A folder's content is always listed, so that an empty folder can be
@@ -310,6 +340,8 @@ static int runTree(const Args& args) {
     long depth = -1;
     if (!args.getInt("depth", depth, -1)) return ExitUsage;
     if (args.has("depth") && depth < 0) return usageError("--depth takes a number of levels, 0 or more");
+    // Before the open: an item's locality is decided when it is made.
+    if (args.has("ini")) SetIniFileContext(iniFileArgument(args).c_str(), nullptr);
     auto ws = openWorkspaceForCommand(args.positional.empty() ? "." : args.positional[0]);
     if (!ws) return ExitErrors;
     const std::string directory = hostPathOf(ws->getDirectory());
@@ -322,7 +354,7 @@ static int runTree(const Args& args) {
     return ExitDone;
 }
 
-KV_COMMAND({"tree", "tree [DIR] [--depth N] [--all] [--json]", "a workspace as a tree of categories and files",
+KV_COMMAND({"tree", "tree [DIR] [--depth N] [--ini FILE] [--all] [--json]", "a workspace as a tree of categories and files",
             "Opens DIR (default: the current directory) as a workspace and shows the\n"
             "top-level categories that have files, each with its files and their type\n"
             "names. A file's type comes from its extension and, for some extensions,\n"
@@ -336,13 +368,15 @@ KV_COMMAND({"tree", "tree [DIR] [--depth N] [--all] [--json]", "a workspace as a
             "the file is opened: its folders that hold something (Reports, Netlists,\n"
             "Workspace Dependencies, External Dependencies, System Dependencies, ...)\n"
             "with their files, or, for a file without folders, the files it depends\n"
-            "on; and so on down. Design files are read to find their dependencies.\n"
-            "Each file below the categories shows its locality: Local (in DIR),\n"
-            "Local_subdir (below DIR), External or System (in a library directory of\n"
-            "the --ini context); MISSING marks a file that is not on disk. A file met\n"
-            "again is not opened a second time (shown above), and a file that depends\n"
-            "on itself through others is marked as a cycle.",
+            "on (a circuit shows both); and so on down. Design files are read to\n"
+            "find their dependencies. Each file below the categories shows its\n"
+            "locality: Local (in DIR), Local_subdir (below DIR), External, or System\n"
+            "(in a directory of the LIBPATH of the INI file given with --ini);\n"
+            "MISSING marks a file that is not on disk. A file met again is not opened\n"
+            "a second time (shown above), and a file that depends on itself through\n"
+            "others is marked as a cycle.",
             {{"depth", "N", "show at most N levels beneath each listed file (0: the files alone)"},
+             {"ini", "FILE", "the INI file of the installation (LIBPATH: the system library directories)"},
              {"all", nullptr, "show the empty categories too"},
              {"json", nullptr, "machine-readable output"}},
             0, 1, runTree});

@@ -10,8 +10,9 @@ namespace {
 
 // Runs kelvault with arguments; out: its standard output. Returns the exit
 // status.
-int runKelvault(const std::string& arguments, std::string& out) {
-    const std::string command = std::string(KV_BINARY_DIR) + "/kelvault " + arguments + " 2>/dev/null";
+// environment: assignments put before the command, or empty.
+int runKelvault(const std::string& arguments, std::string& out, const std::string& environment = "") {
+    const std::string command = environment + " " + std::string(KV_BINARY_DIR) + "/kelvault " + arguments + " 2>/dev/null";
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return -1;
     char buffer[4096];
@@ -136,4 +137,29 @@ TEST(KelvaultTreeFolders, TreeLeavesTheDesignUntouched) {
     ASSERT_EQ(runKelvault("tree '" + dir.host("ws") + "'", out), 0);
     EXPECT_EQ(readFile(dir.host("ws/models.lib")), before);
     EXPECT_FALSE(fileExists(dir.host("ws/gone.inc"))) << "a missing dependency is shown, not made";
+}
+
+TEST(KelvaultTreeFolders, CircuitShowsItsFoldersAndItsDependencies) {
+    TempDir dir;
+    makeFiles(dir, {{"ws/top.cir", "* top\n.INC \"parts.inc\"\n.LIB \"std.lib\"\n"},
+                    {"ws/top.out", "o\n"},
+                    {"ws/parts.inc", "* p\n"},
+                    {"libs/std.lib", ".MODEL D D\n"},
+                    {"windir/tarnel91.ini", ""},
+                    {"ctx.ini", "[TARNEL]\nLIBPATH=" + dir.engine("libs") + "\n"}});
+    std::string out;
+    const std::string environment = "KVENG_WINDIR='" + dir.host("windir") + "'";
+    ASSERT_EQ(runKelvault("tree --ini '" + dir.host("ctx.ini") + "' '" + dir.host("ws") + "'", out, environment), 0);
+    EXPECT_TRUE(holds(out, "`-- top.cir  Tarnel Circuit\n"
+                           "|       |-- Output (1)\n"
+                           "|       |   `-- top.out  Tarnel Output  [Local]\n"
+                           "|       |-- parts.inc  Tarnel Include  [Local]\n"
+                           "|       `-- " +
+                               dir.host("libs/std.lib") + "  Tarnel Application Model-Library  [System]\n"))
+        << out;
+
+    // Without the INI file the library is not found on a library path.
+    ASSERT_EQ(runKelvault("tree '" + dir.host("ws") + "'", out, environment), 0);
+    EXPECT_FALSE(holds(out, "[System]")) << out;
+    EXPECT_TRUE(holds(out, "std.lib  Tarnel Application Model-Library  [Local]  MISSING\n")) << out;
 }
