@@ -136,11 +136,17 @@ bool subCategoryDesignFileItem::applyToMembers(int action, callBack*, fileItemLi
     if (action == 3 && !list) return false;
     if (!parent || !owner) return true;
     bool result = true;
-    std::string parentStem;
-    pathstring(std::string(parent->getFullPath())).getNameNoExt(parentStem);
+    std::string parentStem, parentRoot;
+    const pathstring parentPath(std::string(parent->getFullPath()));
+    parentPath.getNameNoExt(parentStem);
+    parentPath.getRoot(parentRoot);
+    // A design workspace narrows the type listing to the items of the
+    // parent's root through its index; the test below is the same.
+    DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(owner);
     for (int row = 0; row < membershipTableSize; ++row) {
         if (membershipTable[row].subCategory != subCategory.value()) continue;
-        fileItemList* items = owner->getTypeItems(KVE_fileTypeEnum(membershipTable[row].type));
+        const KVE_fileTypeEnum type(membershipTable[row].type);
+        fileItemList* items = design ? design->getTypeItemsWithRoot(type, parentRoot) : owner->getTypeItems(type);
         std::string stem;
         for (fileItem* item : *items) {
             pathstring(std::string(item->getFullPath())).getNameNoExt(stem);

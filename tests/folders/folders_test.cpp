@@ -112,6 +112,35 @@ TEST_F(Folders, ContentIsWorkedOutAtEveryQuestion) {
     delete members;
 }
 
+TEST_F(Folders, MembershipFollowsATypeThatChanges) {
+    // A .dat file is a data file only when its first byte is 255.
+    open({{"a.sch", schematic}, {"a.dat", "\xff\x01" "data"}});
+    EXPECT_EQ(content("a.sch", KVE_fileCategoryEnum::SimulationOutput), Names{"a.dat"});
+    writeFile(dir.host("ws/a.dat"), "plain text now");
+    ws->refresh();
+    EXPECT_EQ(content("a.sch", KVE_fileCategoryEnum::SimulationOutput), Names{});
+    writeFile(dir.host("ws/a.dat"), "\xff\x02 data again");
+    ws->refresh();
+    EXPECT_EQ(content("a.sch", KVE_fileCategoryEnum::SimulationOutput), Names{"a.dat"});
+}
+
+TEST_F(Folders, NarrowedListingEqualsTheFilteredTypeListing) {
+    open({{"a.b.sch", schematic}, {"A.B.BOM", "b"}, {"a.bom", "b"}, {"b.bom", "b"}});
+    design().addFileItem(dir.engine("ws/sub/a.b.bom").c_str(), nullptr);
+    design().addFileItem(dir.engine("other/A.b.bom").c_str(), nullptr);
+    const KVE_fileTypeEnum bom(KVE_fileTypeEnum::BOM);
+    Names filtered;
+    for (const std::string& path : fullPaths(ws->getTypeItems(bom))) {
+        std::string root;
+        pathstring(path).getRoot(root);
+        if (_stricmp(root.c_str(), "a.b") == 0) filtered.push_back(path);
+    }
+    EXPECT_EQ(filtered.size(), 3u);
+    EXPECT_EQ(fullPaths(design().getTypeItemsWithRoot(bom, "A.b")), filtered);
+    // Of those, the folder keeps the one beside the schematic.
+    EXPECT_EQ(content("a.b.sch", KVE_fileCategoryEnum::Reports), Names{"A.B.BOM"});
+}
+
 TEST_F(Folders, BoardShowsReportsGerberDrillAndRouterFolders) {
     open({{"b.pca", "p"}, {"b.g01", "g"}, {"b.g12", "g"}, {"b.d01", "d"}, {"b.do", "d"}, {"b.drc", "r"},
           {"c.g01", "g"}});
