@@ -255,9 +255,10 @@ TEST_F(DependencyFolders, SplitTheDependenciesByLocality) {
     EXPECT_TRUE(top->isScanCurrent()) << "the folder scanned its parent";
     EXPECT_EQ(content("top.lib", KVE_fileCategoryEnum::ExternalDependencies), Names{"far.inc"});
     EXPECT_EQ(content("top.lib", KVE_fileCategoryEnum::SystemDependencies), Names{"std.lib"});
-    EXPECT_EQ(folder("top.lib", KVE_fileCategoryEnum::SystemDependencies)->getChildren(nullptr, 0)->front()
-                  ->getLocality().value(),
-              KVE_Locality::System);
+    std::unique_ptr<fileItemList> system(
+        folder("top.lib", KVE_fileCategoryEnum::SystemDependencies)->getChildren(nullptr, 0));
+    ASSERT_EQ(system->size(), 1u);
+    EXPECT_EQ(system->front()->getLocality().value(), KVE_Locality::System);
     // A library has no member folders: its same-stem report is nobody's.
     EXPECT_EQ(folder("top.lib", KVE_fileCategoryEnum::Reports), nullptr);
 }
