@@ -8,8 +8,10 @@
 // category asked for.
 //
 // Contents:
-//   1. getTypeItems.
+//   1. getTypeItems, and its narrowing by stem for the folders.
 //   2. getCategoryItems and claiming.
+#include <algorithm>
+
 #include "workspace/itemindex.h"
 #include "workspace/workspace.h"
 
@@ -21,6 +23,17 @@ fileItemList* DesignWorkspace::getTypeItems(const KVE_fileTypeEnum& type) {
     index->bringTypesUpToDate();
     fileItemList* list = new fileItemList;
     for (DesignFileItem* item : index->ofType(type.value())) list->push_back(item);
+    return list;
+}
+
+fileItemList* DesignWorkspace::getTypeItemsWithRoot(const KVE_fileTypeEnum& type, const std::string& root) {
+    index->bringTypesUpToDate();
+    fileItemList* list = new fileItemList;
+    const std::vector<DesignFileItem*>* same = index->ofTypeAndStem(type.value(), foldCase(root));
+    if (!same) return list;
+    std::vector<DesignFileItem*> ordered(*same);
+    std::sort(ordered.begin(), ordered.end(), itemOrder());
+    list->insert(list->end(), ordered.begin(), ordered.end());
     return list;
 }
 

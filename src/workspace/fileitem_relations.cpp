@@ -2,8 +2,8 @@
 //
 // The dependency questions of an item (hasChildren, getChildren,
 // getDependencyClosure, selectRelated) are answered with the scan, in
-// src/scanning/dependencies.cpp. Until the folder code is built an item
-// has no folders.
+// src/scanning/dependencies.cpp; the folders themselves, with
+// buildSubCategoryItems, in subcategory.cpp.
 //
 // Contents:
 //   3. Folders and usage records.
@@ -14,8 +14,6 @@
 // ---------------------------------------------------------------------------
 // 3. Folders and usage records
 // ---------------------------------------------------------------------------
-
-void DesignFileItem::buildSubCategoryItems() {}
 
 // The records are the list's; the entries they name stay their library's.
 void DesignFileItem::freeUsages(std::list<libraryUsage*>& usages) {

@@ -151,6 +151,10 @@ public:
     // looks at the disk itself and, for a missing file, gets exists()
     // false. Returns the item in the list.
     fileItem* addFileItem(const char* path, const WIN32_FIND_DATA* found);
+    // The items of type whose name without extension (getRoot) equals
+    // root without regard to case, in item order: what getTypeItems gives,
+    // narrowed through the index by stem. For the folders beneath a file.
+    fileItemList* getTypeItemsWithRoot(const KVE_fileTypeEnum& type, const std::string& root);
     // Visit marks of every item of both lists to 0; opens every walk.
     void clearVisitMarks();
     // Appends the selected items of fileItems, in order.

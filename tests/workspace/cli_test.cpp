@@ -28,7 +28,9 @@ TEST(KelvaultTree, ShowsCategoriesWithTheirFilesAndTypeNames) {
     TempDir dir;
     makeDesign(dir);
     std::string out;
-    ASSERT_EQ(runKelvault("tree '" + dir.host("ws") + "'", out), 0);
+    // The categories alone; what shows beneath the files is tested with
+    // the folders.
+    ASSERT_EQ(runKelvault("tree --depth 0 '" + dir.host("ws") + "'", out), 0);
     EXPECT_NE(out.find("|-- Sketchvane (1)\n|   `-- amp.sch  Tarnel Sketchvane Schematic\n"), std::string::npos)
         << out;
     EXPECT_NE(out.find("|-- File Based Simulation (1)\n|   `-- osc.cir  Tarnel Circuit\n"), std::string::npos) << out;

@@ -193,9 +193,14 @@ TEST(CategoryListings, FlagTestsAndNetlistTypes) {
     EXPECT_FALSE(isNetlistType(ws->findItem(dir.engine("a.net").c_str()))) << "NET is a system file, not a netlist";
     EXPECT_FALSE(isNetlistType(sch));
     EXPECT_FALSE(isNetlistType(nullptr));
-    // Without folder items the folder listings are empty lists.
-    EXPECT_TRUE(baseNames(sch->getSystemFileChildren()).empty());
-    EXPECT_TRUE(baseNames(sch->getOutputChildren()).empty());
-    EXPECT_TRUE(sch->hasChildren(0, nullptr)) << "a schematic always offers its folders";
-    EXPECT_TRUE(baseNames(sch->getChildren(nullptr, 0)).empty());
+    // The folder listings pick the schematic's folders by the two flags;
+    // its children are the folders with content, and the dependency
+    // folders, which claim content without a scan.
+    typedef std::vector<std::string> Names;
+    EXPECT_EQ(baseNames(sch->getSystemFileChildren()), Names{"System Files"});
+    EXPECT_EQ(baseNames(sch->getOutputChildren()), (Names{"Reports", "Simulation Output"}));
+    EXPECT_TRUE(sch->hasChildren(0, nullptr));
+    EXPECT_EQ(baseNames(sch->getChildren(nullptr, 0)),
+              (Names{"Netlists", "Workspace Dependencies", "External Dependencies", "System Dependencies",
+                     "System Files"}));
 }
