@@ -79,7 +79,7 @@ int lstrcmpiA(const char* a, const char* b) {
 // ---------------------------------------------------------------------------
 
 // Expands the inserts of `source`: %1 to %9 from `arguments` (a following
-// "!...!" printf specification is passed over: the inserts are strings),
+// "!...!" printf format is passed over: the inserts are strings),
 // %0 ends the text, %n a line feed, %t a tab, %r a carriage return, %% and
 // %<other> that character. False if an insert has no argument.
 static bool expandInserts(const char* source, const char* const* arguments, std::string& out) {
