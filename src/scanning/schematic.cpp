@@ -274,13 +274,15 @@ int DesignFileItem::schematicViewsLine(scanPass& pass) {
 }
 
 // Looks up one library named in @LIBRARIES, reports it and registers it.
-// Out: path, the path as the operation left it.
+// Out: path, the path as the operation left it (what a rewrite writes:
+// registering makes a bare name full, and that is not to be written).
 static void findSectionLibrary(DesignFileItem& item, const std::string& name, const char* defaultExt,
-                        InternalFunctionObject& op, pathstring& path) {
+                               InternalFunctionObject& op, pathstring& path) {
     searchPathForFile(item.getDirectoryString().c_str(), librarySearchPath(), name.c_str(), defaultExt, path);
     path.tidyUp(false);
     op.dependencyFound(path, false, false);
-    item.addUsedLibrary(path);
+    pathstring registered = path;
+    item.addUsedLibrary(registered);
 }
 
 int DesignFileItem::schematicLibrariesLine(scanPass& pass) {
