@@ -53,7 +53,7 @@ static void writeHostFile(const std::string& path, const uint8_t* data, size_t s
 }
 
 // One run over data as a file named "design." + extension.
-static int fuzzScanFormat(const char* extension, const uint8_t* data, size_t size) {
+static inline int fuzzScanFormat(const char* extension, const uint8_t* data, size_t size) {
     if (size > kMaxScanInput) return 0;
     if (scanScratch.empty()) {
         SetTraceOutput(nullptr);

@@ -27,6 +27,7 @@
 //   5. findPackage.
 //   6. The PartLine and PortLine states.
 #include <cstring>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -72,23 +73,46 @@ void takeWord(const char* text, int index, char* out, size_t size) {
     }
 }
 
-// Appends usage to list unless a record of the same name (without regard
-// to case) and the same library is there; then usage is deleted. Returns
-// the record that stands in the list.
-static libraryUsage* addUsage(std::list<libraryUsage*>& list, libraryUsage* usage) {
-    if (libraryUsage* known = findUsage(list, usage)) {
-        delete usage;
-        return known;
-    }
-    list.push_back(usage);
-    return usage;
+static std::string lowerCase(const char* text) {
+    std::string key(text);
+    for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return key;
+}
+
+// Brings index up to list: nothing when it has indexed exactly the list,
+// else it reads the whole list again.
+static void syncIndex(const std::list<libraryUsage*>& list, usageNameIndex& index) {
+    const libraryUsage* last = list.empty() ? nullptr : list.back();
+    if (index.indexed == list.size() && index.last == last) return;
+    index.recordsOfName.clear();
+    for (libraryUsage* each : list) index.recordsOfName[lowerCase(each->name.c_str())].push_back(each);
+    index.indexed = list.size();
+    index.last = last;
 }
 
 // The first record of list whose name equals name without regard to case.
-static libraryUsage* usageOfName(const std::list<libraryUsage*>& list, const char* name) {
-    for (libraryUsage* each : list)
-        if (_stricmp(each->name.c_str(), name) == 0) return each;
-    return nullptr;
+static libraryUsage* usageOfName(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name) {
+    syncIndex(list, index);
+    auto found = index.recordsOfName.find(lowerCase(name));
+    return found == index.recordsOfName.end() ? nullptr : found->second.front();
+}
+
+// Appends usage to list unless a record of the same name (without regard
+// to case) and the same library is there; then usage is deleted. Returns
+// the record that stands in the list.
+static libraryUsage* addUsage(std::list<libraryUsage*>& list, usageNameIndex& index, libraryUsage* usage) {
+    syncIndex(list, index);
+    std::vector<libraryUsage*>& records = index.recordsOfName[lowerCase(usage->name.c_str())];
+    for (libraryUsage* known : records)
+        if (known->library == usage->library) {
+            delete usage;
+            return known;
+        }
+    list.push_back(usage);
+    records.push_back(usage);
+    index.indexed = list.size();
+    index.last = usage;
+    return usage;
 }
 
 // The current directory, saved and set for the span of a block and put
@@ -123,27 +147,22 @@ static const char* librarySearchPath() {
 // the name by which its child names it. The walk ends at a parent that the
 // library lacks (reported in a scan) and at a name met before in the same
 // walk (start being the first).
-static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, libraryUsage* usage, const char* start,
-                        InternalFunctionObject& op) {
+static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, usageNameIndex& index,
+                        libraryUsage* usage, const char* start, InternalFunctionObject& op) {
     LibraryFileItem* library = usage->library;
     if (!library || !usage->entry) return;
     std::set<std::string> met;
-    auto lower = [](const char* text) {
-        std::string key(text);
-        for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-        return key;
-    };
-    met.insert(lower(start));
+    met.insert(lowerCase(start));
     std::string text = usage->entry->parent ? usage->entry->parent : "";
     while (!text.empty()) {
-        if (!met.insert(lower(text.c_str())).second) return; // a loop
+        if (!met.insert(lowerCase(text.c_str())).second) return; // a loop
         libraryIndexEntry* parent = library->findIndexEntry(text.c_str(), op);
         if (!parent) {
             if (op.isScanOnly()) report(op, KVE_callBackAction::CannotFindSymbol, text.c_str(), &item);
             return;
         }
         parent->owner = library;
-        addUsage(list, new libraryUsage(library, parent, text.c_str()));
+        addUsage(list, index, new libraryUsage(library, parent, text.c_str()));
         text = parent->parent ? parent->parent : "";
     }
 }
@@ -169,7 +188,7 @@ libraryUsage* DesignFileItem::findSymbolInUsedLibraries(const char* name, Intern
 
 libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunctionObject& op) {
     if (!name) name = "";
-    libraryUsage* usage = usageOfName(usedSymbols, name);
+    libraryUsage* usage = usageOfName(usedSymbols, usedSymbolIndex, name);
     if (!usage) {
         usage = findSymbolInUsedLibraries(name, op);
         if (!usage) {
@@ -181,8 +200,8 @@ libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunction
             report(op, KVE_callBackAction::CannotFindSymbol, name, this);
             return nullptr;
         }
-        usage = addUsage(usedSymbols, usage);
-        walkParents(*this, usedSymbols, usage, name, op);
+        usage = addUsage(usedSymbols, usedSymbolIndex, usage);
+        walkParents(*this, usedSymbols, usedSymbolIndex, usage, name, op);
     }
     usage->entry->owner = usage->library;
     if (usage->library) scanSymbolViews(usage, op);
@@ -193,41 +212,69 @@ libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunction
 // 4. Reading an entry's text
 // ---------------------------------------------------------------------------
 
-// Reads the text of entry from file (opened on library) into a new buffer
-// of size + 1024 zeroed bytes. Null, after reporting ErrorReadingFile for
-// owner, when the bytes cannot all be read; null without a report when the
-// seek fails. An entry larger than its file cannot be read.
-static char* readEntryText(FILE* file, LibraryFileItem* library, libraryIndexEntry* entry, fileItem* owner,
+// The text of the entry last read, kept while one part line is resolved:
+// its symbol's views and its package are read from the same bytes, so the
+// library is opened once for both. partLine opens and closes the span.
+namespace {
+struct entryTextCache {
+    bool active = false;
+    const LibraryFileItem* library = nullptr;
+    const libraryIndexEntry* entry = nullptr;
+    std::vector<char> text; // size + 1024 bytes, zeroed behind the entry
+};
+} // namespace
+static entryTextCache lineCache;
+
+// The text of entry of library in a new buffer of size + 1024 zeroed bytes
+// (the caller deletes it), or null. The library is read in binary: the
+// index counts bytes, so the seek must too. Reports CannotReadFile for the
+// library when it does not open, and ErrorReadingFile for owner when the
+// bytes cannot all be read (an entry larger than its file cannot be); a
+// failed seek gives null without a report.
+static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, fileItem* owner,
                            InternalFunctionObject& op) {
+    if (lineCache.active && lineCache.library == library && lineCache.entry == entry) {
+        char* text = new char[lineCache.text.size()];
+        memcpy(text, lineCache.text.data(), lineCache.text.size());
+        return text;
+    }
+    FILE* file = kvFopen(library->getFullPath(), "rb");
+    if (!file) {
+        report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
+        return nullptr;
+    }
+    char* text = nullptr;
     const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
-    if (position < 0 || fseek(file, static_cast<long>(position), SEEK_SET) != 0) return nullptr;
-    const int64_t fileSize = library->getSize();
-    if (entry->size < 0 || entry->size > fileSize) {
-        report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-        return nullptr;
+    if (position >= 0 && fseek(file, static_cast<long>(position), SEEK_SET) == 0) {
+        if (entry->size < 0 || entry->size > library->getSize()) {
+            report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
+        } else {
+            const size_t size = static_cast<size_t>(entry->size);
+            text = new char[size + 1024]();
+            if (fread(text, 1, size, file) != size) {
+                report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
+                delete[] text;
+                text = nullptr;
+            } else if (lineCache.active) {
+                lineCache.library = library;
+                lineCache.entry = entry;
+                lineCache.text.assign(text, text + size + 1024);
+            }
+        }
     }
-    const size_t size = static_cast<size_t>(entry->size);
-    char* text = new char[size + 1024]();
-    if (fread(text, 1, size, file) != size) {
-        report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-        delete[] text;
-        return nullptr;
-    }
+    fclose(file);
     return text;
 }
 
 void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject& op) {
     LibraryFileItem* library = usage->library;
     libraryIndexEntry* entry = usage->entry;
-    FILE* file = kvFopen(library->getFullPath(), "rt");
-    if (!file) {
-        report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
-        return;
-    }
     {
-        // Names in a library are relative to the library.
-        directoryScope here(library->getDirectoryString().c_str());
-        char* text = readEntryText(file, library, entry, entry->owner, op);
+        // Names in a library are relative to the library: the directory is
+        // set at the first view that names one. Line ends are taken with or
+        // without their carriage return.
+        std::unique_ptr<directoryScope> here;
+        char* text = readEntryText(library, entry, entry->owner, op);
         // With case: a block whose header is in capitals has no views here.
         const char* views = text ? strstr(text, "@views") : nullptr;
         DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
@@ -238,6 +285,7 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
             if (equals && equals[1] != '*' && equals + 1 < end) {
                 std::string value(equals + 1, end);
                 if (!value.empty() && value.back() == '\r') value.pop_back();
+                if (!here) here.reset(new directoryScope(library->getDirectoryString().c_str()));
                 pathstring result;
                 searchPathForFile(library->getDirectoryString().c_str(), librarySearchPath(), value.c_str(), ".sch",
                                   result);
@@ -253,20 +301,16 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
         }
         delete[] text;
     }
-    fclose(file);
 }
 
 void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op) {
     LibraryFileItem* library = entry->owner;
     if (!library) return;
-    FILE* file = kvFopen(library->getFullPath(), "rb");
-    if (!file) {
-        report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
-        return;
-    }
     {
+        // Everything named from here is a full path; the directory is set
+        // all the same, for a look-up that reads a library's index.
         directoryScope here(directoryPath.c_str());
-        char* text = readEntryText(file, library, entry, library, op);
+        char* text = readEntryText(library, entry, library, op);
         char* keyword = nullptr;
         size_t keywordLength = 0;
         if (text) {
@@ -278,12 +322,19 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
         }
         if (keyword) {
             // The package library has the symbol library's stem and directory.
-            char packagePath[1028];
+            // The library items are looked up in the path's own case (the
+            // look-up ignores case, and the disk then need not be searched
+            // for a name it does not hold); findPackage gets it lower-cased.
+            char packagePath[1028], lowerPath[1028];
             snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
-            _strlwr(packagePath);
+            snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
+            _strlwr(lowerPath);
             char* name = keyword + keywordLength;
             if (char* lf = strchr(name, '\n')) *lf = '\0';
-            if (char* slb = strstr(packagePath, ".slb")) strcpy(slb, ".plb");
+            if (char* slb = strstr(lowerPath, ".slb")) {
+                strcpy(slb, ".plb");
+                strcpy(packagePath + (slb - lowerPath), ".plb");
+            }
             // The file is read in binary: a carriage return stays in the name.
 
             DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
@@ -295,14 +346,14 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
                 pathstring path(packages->getFullPath());
                 op.dependencyFound(path, false, false);
                 fileItem* item = ws->addFileItem(path.c_str(), nullptr);
-                addUsage(usedPackages, new libraryUsage(packages, package, name));
+                addUsage(usedPackages, usedPackageIndex, new libraryUsage(packages, package, name));
                 if (item) {
                     if (item->isSystem())
                         addSystemDependency(item);
                     else
                         addDependency(item);
                 }
-            } else if (libraryIndexEntry* found = findPackage(name, packagePath, op)) {
+            } else if (libraryIndexEntry* found = findPackage(name, lowerPath, op)) {
                 pathstring path(found->owner ? found->owner->getFullPath() : "");
                 op.dependencyFound(path, true, false);
                 if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));
@@ -310,7 +361,6 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
         }
         delete[] text;
     }
-    fclose(file);
 }
 
 // ---------------------------------------------------------------------------
@@ -330,19 +380,19 @@ libraryIndexEntry* DesignFileItem::findPackage(const char* name, char* libraryHi
         if (libraryIndexEntry* entry = library ? library->findIndexEntry(name, op) : nullptr) {
             entry->owner = library;
             result = entry;
-            usage = addUsage(usedPackages, new libraryUsage(library, entry, name));
+            usage = addUsage(usedPackages, usedPackageIndex, new libraryUsage(library, entry, name));
         }
     }
     if (!usage) {
-        usage = usageOfName(usedPackages, name);
+        usage = usageOfName(usedPackages, usedPackageIndex, name);
         if (usage) result = usage->entry;
     }
     if (!usage && op.isScanOnly() && configuration) {
         // Recorded, but not given back: the caller names no library for it.
         if (libraryUsage* configured = configuration->findConfiguredPackage(name, op))
-            usage = addUsage(usedPackages, configured);
+            usage = addUsage(usedPackages, usedPackageIndex, configured);
     }
-    if (usage) walkParents(*this, usedPackages, usage, name, op);
+    if (usage) walkParents(*this, usedPackages, usedPackageIndex, usage, name, op);
     return result;
 }
 
@@ -361,6 +411,7 @@ static const char* symbolNameOf(const char* line, scanContext& context) {
 int DesignFileItem::partLine(scanPass& pass) {
     scanContext& context = getScanContext();
     resolutionCancelled = false;
+    lineCache.active = true;
     const char* name = symbolNameOf(pass.line, context);
     libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
     int result = 0;
@@ -384,6 +435,7 @@ int DesignFileItem::partLine(scanPass& pass) {
             result = 1;
         }
     }
+    lineCache = entryTextCache();
     if (resolutionCancelled) {
         pass.finished = true;
         return 0;

@@ -28,6 +28,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <list>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "paths/pathstring.h"
 #include "platform/platform.h"
@@ -132,6 +135,16 @@ public:
 // ---------------------------------------------------------------------------
 // 3. DesignFileItem
 // ---------------------------------------------------------------------------
+
+// The records of a usage list by lower-case name, in list order. Kept by
+// the symbol resolution, which alone appends to the used symbols and
+// packages; a list emptied or changed elsewhere is noticed by its length
+// and last record, and indexed again.
+struct usageNameIndex {
+    std::unordered_map<std::string, std::vector<libraryUsage*>> recordsOfName;
+    size_t indexed = 0;                   // records of the list indexed
+    const libraryUsage* last = nullptr;   // the last of them
+};
 
 class DesignFileItem : public fileItem {
 public:
@@ -350,6 +363,8 @@ protected:
     std::list<libraryUsage*> usedSymbols;    // owned
     std::list<libraryUsage*> usedModels;     // owned
     std::list<libraryUsage*> usedPackages;   // owned
+    usageNameIndex usedSymbolIndex;          // of usedSymbols
+    usageNameIndex usedPackageIndex;         // of usedPackages
 
 private:
     friend class DesignWorkspace;
