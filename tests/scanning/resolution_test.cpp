@@ -181,6 +181,25 @@ TEST_F(Resolution, APortIsResolvedButHasNoPackageAndNoFile) {
     EXPECT_EQ(getScanContext().currentSymbolLibrary, std::string()) << "a port leaves the package hint alone";
 }
 
+TEST_F(Resolution, ResultsThrownAwayAreFoundAgainByTheNextScan) {
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 0 0 h\npart 2 C 0 0 h\npart 3 r 0 0 h\n")},
+          {"parts.slb", libraryText({{"r", symbolText("r", "RC05")}, {"c:r", symbolText("c", "RC05")}})},
+          {"parts.plb", libraryText({{"rc05", packageText("rc05")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    // C's parent r is R, recorded already.
+    const std::vector<std::string> symbols{"R parts.slb", "C parts.slb"};
+    ASSERT_EQ(usages(top->getUsedSymbols()), symbols);
+    ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
+    // The usage records go (the libraries' indexes with them); the next
+    // question scans again and must not meet the records of before.
+    static_cast<DesignWorkspace*>(ws.get())->discardScanResults(false);
+    ASSERT_TRUE(top->getUsedSymbols().empty());
+    top->getFileDependencies(&client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), symbols);
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
+}
+
 // ---------------------------------------------------------------------------
 // Parents
 // ---------------------------------------------------------------------------
