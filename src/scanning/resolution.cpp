@@ -282,9 +282,11 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
             const char* end = line + strcspn(line, "\n");
             if (line != views && *line == '@') break;
             const char* equals = static_cast<const char*>(memchr(line, '=', end - line));
-            if (equals && equals[1] != '*' && equals + 1 < end) {
-                std::string value(equals + 1, end);
-                if (!value.empty() && value.back() == '\r') value.pop_back();
+            std::string value = equals ? std::string(equals + 1, end) : std::string();
+            if (!value.empty() && value.back() == '\r') value.pop_back();
+            // A line without a value names nothing, as one whose value
+            // begins with "*" (no view of that kind).
+            if (!value.empty() && value[0] != '*') {
                 if (!here) here.reset(new directoryScope(library->getDirectoryString().c_str()));
                 pathstring result;
                 searchPathForFile(library->getDirectoryString().c_str(), librarySearchPath(), value.c_str(), ".sch",

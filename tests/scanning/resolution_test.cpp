@@ -16,7 +16,7 @@
 
 // The text of a symbol or package library: an index with one line per
 // entry (names field, offset, size) and then the entries' texts.
-std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
+static std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
     std::string index = "@INDEX\n", bodies;
     char line[512];
     for (const auto& entry : entries) {
