@@ -309,9 +309,9 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     LibraryFileItem* library = entry->owner;
     if (!library) return;
     {
-        // Everything named from here is a full path; the directory is set
-        // all the same, for a look-up that reads a library's index.
-        directoryScope here(directoryPath.c_str());
+        // Every name met from here is a full path (of a library, or of a
+        // package library beside one), so the current directory, which a
+        // pass has set to this item's already, plays no part.
         char* text = readEntryText(library, entry, library, op);
         char* keyword = nullptr;
         size_t keywordLength = 0;
