@@ -7,7 +7,6 @@
 //   2. Cached scan results: discardScanResults, and the same for every open
 //      workspace when the INI context changes.
 //   3. The sweep: sweepUnreachedItems.
-#include <cstring>
 #include <new>
 #include <vector>
 
@@ -47,29 +46,7 @@ fileItem* DesignWorkspace::addLibraryItem(const char* path_, const WIN32_FIND_DA
     path.getLFN(longName);
     pathstring longPath{longName};
 
-    WIN32_FIND_DATA record;
-    bool exists;
-    if (found) {
-        record = *found;
-        exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-    } else {
-        HANDLE one = FindFirstFileA(longPath.c_str(), &record);
-        if (one != INVALID_HANDLE_VALUE) {
-            FindClose(one);
-            exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-        } else {
-            memset(&record, 0, sizeof record);
-            std::string name;
-            longPath.getBase(name);
-            strncpy(record.cFileName, name.c_str(), sizeof record.cFileName - 1);
-            exists = false;
-        }
-    }
-    std::string itemDirectory;
-    longPath.getPath(itemDirectory);
-    LibraryFileItem* created = new LibraryFileItem(record, itemDirectory.c_str(), this);
-    created->setExists(exists);
-    created->determineType();
+    fileItem* created = newItem(longPath, found, true);
     // Library items keep the order of first use; no second look for an equal.
     libraryItems.push_back(created);
     return created;
