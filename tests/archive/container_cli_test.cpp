@@ -60,9 +60,7 @@ TEST_F(MaCommand, ADesignTreeRoundTrips) {
 
 TEST_F(MaCommand, FailuresAreToldWithTheirMessageAndName) {
     TempDir dir;
-    RawEntry bad;
-    bad.name = "bad.cir";
-    bad.content = patternBytes(5000, 24, true);
+    RawEntry bad = fileEntry("bad.cir", patternBytes(5000, 24, true));
     bad.crc = 7;
     writeFile(dir.host("bad.ma"), archiveBytes({bad}));
 
