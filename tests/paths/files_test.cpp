@@ -11,25 +11,10 @@
 
 #include "paths/pathstring.h"
 #include "platform/hostcalls.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
 
 static const std::string& str(const pathstring& p) { return p; }
-
-// Restores the process's current directory and clears faults at the end.
-class CwdGuard {
-public:
-    CwdGuard() {
-        char buffer[4096];
-        if (getcwd(buffer, sizeof buffer)) old_ = buffer;
-    }
-    ~CwdGuard() {
-        kvFaultsClear();
-        if (!old_.empty() && chdir(old_.c_str()) != 0) ADD_FAILURE() << "cannot return to " << old_;
-    }
-
-private:
-    std::string old_;
-};
 
 static bool isHostDirectory(const std::string& host) {
     struct stat st;
