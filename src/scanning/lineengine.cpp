@@ -242,6 +242,7 @@ static const typeHandlerRow typeHandlers[] = {
     {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine, "*"},
     {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine, "*"},
     {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine, "*"},
+    {KVE_fileTypeEnum::SLB, &DesignFileItem::symbolLibraryLine, "aA@*"},
 };
 
 // The grammars of the states other than Line, by state. They come with
@@ -257,14 +258,14 @@ static const stateRow stateHandlers[ScanStateCount] = {
     {nullptr, true},  // SchematicViews
     {nullptr, true},  // SchematicLibraries
     {nullptr, true},  // PageIndex
-    {nullptr, true},  // SymbolIndex
+    {&DesignFileItem::symbolIndexLine, true}, // SymbolIndex
     {nullptr, false}, // PartLine
-    {nullptr, true},  // SymbolBody
+    {&DesignFileItem::readSymbolBody, true}, // SymbolBody
     {nullptr, false}, // PortLine
     {nullptr, false}, // PackageLine
-    {nullptr, true},  // SymbolViews
+    {&DesignFileItem::symbolViewsSection, true}, // SymbolViews
     {nullptr, true},  // SchematicAnalysis
-    {nullptr, true},  // SymbolIndexFinish
+    {&DesignFileItem::symbolIndexFinish, true}, // SymbolIndexFinish
 };
 
 static const typeHandlerRow* rowOfType(int type) {
@@ -316,6 +317,7 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
                 readModelIndex(op);
                 context.circuitLineCount = 0;
             }
+            if (type == KVE_fileTypeEnum::SLB) dropUnpatchedSymbolRecords();
             pass.finished = true;
             break;
         }
