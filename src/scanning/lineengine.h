@@ -20,7 +20,8 @@
 // Sources: lineengine.cpp (the driver, scanFile, rewriteFile),
 // dependencies.cpp (the lists, closures, marks and the fileItem questions
 // that rest on them), and one source per format: circuit.cpp,
-// netlist.cpp, synthesis.cpp, router.cpp, modelindex.cpp,
+// netlist.cpp, synthesis.cpp, router.cpp, modelindex.cpp, schematic.cpp,
+// with resolution.cpp for the symbols and packages of a schematic, and
 // symbollibrary.cpp.
 #pragma once
 
