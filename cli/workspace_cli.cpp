@@ -4,6 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+#include "workspace/context.h"
+
 std::unique_ptr<workspace> openWorkspaceForCommand(const std::string& hostDirectory) {
     const std::string host = hostDirectory.empty() ? "." : hostDirectory;
     const std::string engine = ToEnginePath(host.c_str());
@@ -49,4 +53,71 @@ int parseCategoryName(const std::string& text) {
     if (c.isValid()) return c.value();
     c.setByMessageString(text.c_str());
     return c.isValid() ? c.value() : -1;
+}
+
+std::string localityOfPath(const char* enginePath, workspace& ws) {
+    const pathstring path(enginePath);
+    const pathstring directory = path.getPath();
+    pathstring root(std::string(ws.getDirectory()));
+    root.forceEndInSlash();
+    // In the order in which an item's locality is decided.
+    if (directory.compareEqualQuickly(root)) return "local";
+    if (isSystemLibraryPath(directory.c_str())) return "system";
+    if (directory.isInDirectory(root)) return "subdir";
+    return "external";
+}
+
+// The line of the file at enginePath that begins at offset, without its
+// line end and cut to 72 characters; "at offset N" if it cannot be read.
+static std::string firstLineAt(const char* enginePath, long offset) {
+    std::string text = "at offset " + std::to_string(offset);
+    FILE* file = fopen(ToHostPath(enginePath).c_str(), "rb");
+    if (!file) return text;
+    char line[1024];
+    if (offset >= 0 && fseek(file, offset, SEEK_SET) == 0 && fgets(line, sizeof line, file)) {
+        std::string first(line);
+        first = first.substr(0, first.find_first_of("\r\n"));
+        if (!first.empty()) text = first.substr(0, 72);
+    }
+    fclose(file);
+    return text;
+}
+
+std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
+    std::vector<usedEntry> entries;
+    const std::pair<const char*, const std::list<libraryUsage*>*> lists[] = {
+        {"symbol", &item.getUsedSymbols()}, {"package", &item.getUsedPackages()}, {"model", &item.getUsedModels()}};
+    for (const auto& list : lists) {
+        for (const libraryUsage* usage : *list.second) {
+            usedEntry entry;
+            entry.kind = list.first;
+            entry.name = usage->name;
+            if (usage->library) {
+                entry.library = hostPathOf(usage->library->getFullPath());
+                entry.locality = localityOfPath(usage->library->getFullPath(), ws);
+            }
+            if (usage->entry && usage->entry->parent) entry.parent = usage->entry->parent;
+            // A model has no name of its own in the index: its first line
+            // tells a person which one it is.
+            if (entry.kind == std::string("model") && usage->library && usage->entry)
+                entry.name = firstLineAt(usage->library->getFullPath(),
+                                         usage->library->getBaseOffset() + usage->entry->offset);
+            entries.push_back(entry);
+        }
+    }
+    return entries;
+}
+
+void problemCollector::notify(callBackRecord& record) {
+    KVE_severityLevel level;
+    record.action.getSeverityLevel(level);
+    if (level.value() < KVE_severityLevel::Warning || level.value() == KVE_severityLevel::invalid) return;
+    const std::string message = record.message ? record.message : "";
+    if (!seen.insert(message).second) return;
+    scanProblem problem;
+    problem.action = record.action.getFileString();
+    problem.severity = level.value() == KVE_severityLevel::Warning ? "warning" : "error";
+    problem.detail = record.detail ? record.detail : "";
+    problem.message = message;
+    problems.push_back(problem);
 }
