@@ -1,6 +1,7 @@
 // Helpers of the workspace commands: opening, texts, paths, times.
 #include "workspace_cli.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -67,17 +68,17 @@ std::string localityOfPath(const char* enginePath, workspace& ws) {
     return "external";
 }
 
-// The line of the file at enginePath that begins at offset, without its
-// line end and cut to 72 characters; "at offset N" if it cannot be read.
-static std::string firstLineAt(const char* enginePath, long offset) {
-    std::string text = "at offset " + std::to_string(offset);
+// A name for the model of size bytes at offset in the library at
+// enginePath: its first line when that is a directive (".MODEL Q1 NPN",
+// ".SUBCKT AMP ..."), cut to 72 characters; else "at offset N (M bytes)".
+static std::string modelName(const char* enginePath, long offset, long size) {
+    std::string text = "at offset " + std::to_string(offset) + " (" + std::to_string(size) + " bytes)";
     FILE* file = fopen(ToHostPath(enginePath).c_str(), "rb");
     if (!file) return text;
     char line[1024];
-    if (offset >= 0 && fseek(file, offset, SEEK_SET) == 0 && fgets(line, sizeof line, file)) {
+    if (offset >= 0 && fseek(file, offset, SEEK_SET) == 0 && fgets(line, sizeof line, file) && line[0] == '.') {
         std::string first(line);
-        first = first.substr(0, first.find_first_of("\r\n"));
-        if (!first.empty()) text = first.substr(0, 72);
+        text = first.substr(0, std::min(first.find_first_of("\r\n"), static_cast<size_t>(72)));
     }
     fclose(file);
     return text;
@@ -100,8 +101,8 @@ std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
             // A model has no name of its own in the index: its first line
             // tells a person which one it is.
             if (entry.kind == std::string("model") && usage->library && usage->entry)
-                entry.name = firstLineAt(usage->library->getFullPath(),
-                                         usage->library->getBaseOffset() + usage->entry->offset);
+                entry.name = modelName(usage->library->getFullPath(),
+                                       usage->library->getBaseOffset() + usage->entry->offset, usage->entry->size);
             entries.push_back(entry);
         }
     }

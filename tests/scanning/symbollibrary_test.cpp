@@ -392,7 +392,8 @@ TEST_F(SymbolLibrary, RecordsNeverReachAnotherFile) {
 // edited: every symloc line of a library and every pageloc line of a
 // schematic points at its block, counted from the first one's offset.
 TEST(Examples, IndexesAreTrue) {
-    const char* libraries[] = {"hier/lib/hierparts.slb", "hier/lib/hierparts.plb"};
+    const char* libraries[] = {"hier/lib/hierparts.slb", "hier/lib/hierparts.plb", "analog.slb", "analog.plb",
+                               "source.slb", "lib/demo.slb", "lib/demo.plb", "lib/marker.slb"};
     for (const char* name : libraries) {
         const std::string text = readFile(testData(std::string("../../examples/") + name));
         ASSERT_FALSE(text.empty()) << name;
@@ -412,7 +413,7 @@ TEST(Examples, IndexesAreTrue) {
             EXPECT_EQ(index[k].size, end - starts[k]) << name << " " << index[k].name;
         }
     }
-    const char* schematics[] = {"hier/top.sch"};
+    const char* schematics[] = {"hier/top.sch", "amplifier.sch"};
     for (const char* name : schematics) {
         const std::string text = readFile(testData(std::string("../../examples/") + name));
         ASSERT_FALSE(text.empty()) << name;
