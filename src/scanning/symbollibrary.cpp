@@ -219,7 +219,6 @@ int DesignFileItem::symbolIndexLine(scanPass& pass) {
 // ---------------------------------------------------------------------------
 
 int DesignFileItem::readSymbolBody(scanPass& pass) {
-    const long pos = pass.out ? ftell(pass.out) : 0;
     if (!nextPassLine(pass)) {
         pass.state = SymbolIndexFinish;
         return 0;
@@ -233,6 +232,9 @@ int DesignFileItem::readSymbolBody(scanPass& pass) {
             memmove(line, symbol, strlen(symbol) + 1);
         }
         if (pass.out) {
+            // Nothing has been written since the line was read: this is
+            // where the symbol begins in the output.
+            const long pos = ftell(pass.out);
             copyScanLine(pass.out, line);
             symbolOffsetStep(getScanContext(), pos);
         }
