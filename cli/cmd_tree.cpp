@@ -479,7 +479,13 @@ KV_COMMAND({"tree", "tree [DIR] [--depth N] [--ini FILE] [--all] [--json]", "a w
             "(in a directory of the LIBPATH of the INI file given with --ini);\n"
             "MISSING marks a file that is not on disk. A file met again is not opened\n"
             "a second time (shown above), and a file that depends on itself through\n"
-            "others is marked as a cycle.",
+            "others is marked as a cycle.\n"
+            "\n"
+            "Beneath a design file that uses library entries (a schematic's parts)\n"
+            "come Symbols used, Packages used and Models used, each entry with the\n"
+            "library it was found in, that library's locality, and the entry it is\n"
+            "drawn on (\"on PARENT\"); and Problems, what the file's scan reported,\n"
+            "such as a symbol that no library holds (also on standard error).",
             {{"depth", "N", "show at most N levels beneath each listed file (0: the files alone)"},
              {"ini", "FILE", "the INI file of the installation (LIBPATH: the system library directories)"},
              {"all", nullptr, "show the empty categories too"},
