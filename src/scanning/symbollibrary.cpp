@@ -16,14 +16,17 @@
 //   @VIEWS                         view lines "name=VALUE" follow (".sch");
 //                                  inside a symbol only the first one counts
 //
-// A rewrite lower-cases every line from the first symbol on, file names
-// included, and writes the index in two steps: each "symloc" line is
+// A rewrite lower-cases the lines of the symbol blocks, file names
+// included (not the one view line behind a symbol's @VIEWS), and writes
+// the index in two steps: each "symloc" line is
 // written with zeros in place of its numbers (the 18 bytes behind the name
 // are reserved), the output position of every "*symbol" line is noted,
 // and at the end of the file the numbers are written over the zeros. The
 // first symbol keeps its declared offset; every other offset is the one
 // before plus the size before. Symbols are matched to index lines by
-// place, not by name.
+// place, not by name. A "*symbol" line met by the line handler (in a
+// library without @INDEX, or behind a section that ended the index) starts
+// the blocks but is itself neither written nor indexed.
 //
 // Two choices of this reader keep a damaged file from doing harm (see
 // docs/deviations.md): a top-level @VIEWS section ends at an "@" or "*"
