@@ -3,6 +3,9 @@
 // Contents:
 //   1. Circuit directives: splitDirective, writeDirective (circuit.cpp).
 //   2. The model index: findUsage (modelindex.cpp).
+//   3. Symbol resolution: takeWord, the Cancel of a resolution
+//      (resolution.cpp).
+//   4. Schematics: the library line (schematic.cpp).
 #pragma once
 
 #include <cstdio>
@@ -37,3 +40,32 @@ void writeDirective(FILE* out, const char* format, const char* path, int keyword
 // The first record of list with usage's name (without regard to case) and
 // the same library object, or null.
 libraryUsage* findUsage(const std::list<libraryUsage*>& list, const libraryUsage* usage);
+
+// ---------------------------------------------------------------------------
+// 3. Symbol resolution
+// ---------------------------------------------------------------------------
+
+// Out: out (size bytes) receives word number index (from 0) of text, words
+// being cut on blank and tab; empty when there is none. Cut to fit.
+void takeWord(const char* text, int index, char* out, size_t size);
+
+// Whether the client answered Cancel to a report of the resolution since
+// the flag was last cleared (the handler that resolved then ends the file).
+bool resolutionWasCancelled();
+void clearResolutionCancelled();
+
+// ---------------------------------------------------------------------------
+// 4. Schematics
+// ---------------------------------------------------------------------------
+
+// A line of a schematic's @LIBRARIES section, split: the symbol library
+// and the package library it names, each empty when it names none.
+struct libraryLine {
+    std::string symbols;
+    std::string packages;
+};
+
+// Splits line as a @LIBRARIES line: "name"  [.ext1,.ext2] gives name.ext1
+// and name.ext2; either place may be empty. A line with fewer than two
+// words, or an empty second one, is a symbol library name as a whole.
+libraryLine splitLibraryLine(const char* line);

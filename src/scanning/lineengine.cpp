@@ -242,6 +242,9 @@ static const typeHandlerRow typeHandlers[] = {
     {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine, "*"},
     {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine, "*"},
     {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine, "*"},
+    {KVE_fileTypeEnum::SLB, &DesignFileItem::symbolLibraryLine, "aA@*"},
+    {KVE_fileTypeEnum::SCH, &DesignFileItem::schematicLine, nullptr},
+    {KVE_fileTypeEnum::SCV, &DesignFileItem::schematicLine, nullptr},
 };
 
 // The grammars of the states other than Line, by state. They come with
@@ -253,18 +256,18 @@ struct stateRow {
     bool readsLine;
 };
 static const stateRow stateHandlers[ScanStateCount] = {
-    {nullptr, true},  // Line: handled by nextDependency itself
-    {nullptr, true},  // SchematicViews
-    {nullptr, true},  // SchematicLibraries
-    {nullptr, true},  // PageIndex
-    {nullptr, true},  // SymbolIndex
-    {nullptr, false}, // PartLine
-    {nullptr, true},  // SymbolBody
-    {nullptr, false}, // PortLine
-    {nullptr, false}, // PackageLine
-    {nullptr, true},  // SymbolViews
-    {nullptr, true},  // SchematicAnalysis
-    {nullptr, true},  // SymbolIndexFinish
+    {nullptr, true},                                 // Line: handled by nextDependency itself
+    {&DesignFileItem::schematicViewsLine, true},     // SchematicViews
+    {&DesignFileItem::schematicLibrariesLine, true}, // SchematicLibraries
+    {&DesignFileItem::pageIndexLine, true},          // PageIndex
+    {&DesignFileItem::symbolIndexLine, true},        // SymbolIndex
+    {&DesignFileItem::partLine, false},              // PartLine
+    {&DesignFileItem::readSymbolBody, true},         // SymbolBody
+    {&DesignFileItem::portLine, false},              // PortLine
+    {nullptr, false},                                // PackageLine
+    {&DesignFileItem::symbolViewsSection, true},     // SymbolViews
+    {&DesignFileItem::schematicAnalysisLine, true},  // SchematicAnalysis
+    {&DesignFileItem::symbolIndexFinish, true},      // SymbolIndexFinish
 };
 
 static const typeHandlerRow* rowOfType(int type) {
@@ -310,12 +313,13 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
         // (the count matters to a rewrite only, which reads every line).
         if (type == KVE_fileTypeEnum::CIR) context.circuitLineCount += skipped;
         if (!more) {
-            // End of input in state Line. (A schematic's page index is
-            // patched here once the schematic grammar is built.)
+            // End of input in state Line.
+            if (type == KVE_fileTypeEnum::SCH || type == KVE_fileTypeEnum::SCV) patchPageIndex(pass);
             if (type == KVE_fileTypeEnum::CIR) {
                 readModelIndex(op);
                 context.circuitLineCount = 0;
             }
+            if (type == KVE_fileTypeEnum::SLB) dropUnpatchedSymbolRecords();
             pass.finished = true;
             break;
         }

@@ -42,6 +42,7 @@ class itemIndex;
 class LibraryFileItem;
 class libraryUsage;
 class workspace;
+struct libraryIndexEntry;
 struct scanPass;
 
 // ---------------------------------------------------------------------------
@@ -286,6 +287,56 @@ public:
     int netlistNameLine(scanPass& pass);
     int synthesisSourceLine(scanPass& pass);
     int routerCommandLine(scanPass& pass);
+    // Symbol libraries (symbollibrary.cpp): the line handler, the index
+    // section, symbol blocks, view lines (topLevel: the section of state
+    // SymbolViews, else the one line behind a symbol's @VIEWS) and the
+    // patch of the index at the end of a rewrite.
+    int symbolLibraryLine(scanPass& pass);
+    int symbolIndexLine(scanPass& pass);
+    int readSymbolBody(scanPass& pass);
+    int readSymbolViewLine(scanPass& pass, bool topLevel);
+    int symbolViewsSection(scanPass& pass);
+    int symbolIndexFinish(scanPass& pass);
+    // Schematics (schematic.cpp): the line handler of SCH and SCV, the
+    // grammars of their sections, and the patch of the page index at the
+    // end of a rewrite.
+    int schematicLine(scanPass& pass);
+    int schematicViewsLine(scanPass& pass);
+    int schematicLibrariesLine(scanPass& pass);
+    int pageIndexLine(scanPass& pass);
+    int schematicAnalysisLine(scanPass& pass);
+    void pageStep(scanPass& pass);
+    void patchPageIndex(scanPass& pass);
+    // The part and port lines of a scan (resolution.cpp).
+    int partLine(scanPass& pass);
+    int portLine(scanPass& pass);
+
+    // Symbol and package resolution (resolution.cpp); tracing into
+    // libraries happens in a scan only (op.isScanOnly()).
+    // The entry of the symbol name for this file: first what it used
+    // before, then the symbol libraries it names, then (in a scan) the
+    // configured ones. Records the symbol and its parents in usedSymbols
+    // and follows the symbol's views. Null, and in a scan CannotFindSymbol,
+    // when no library has it.
+    libraryIndexEntry* findSymbol(const char* name, InternalFunctionObject& op);
+    // A new usage of name from the first symbol library of usedLibraries
+    // that holds it (the entry's owner set to it), or null. The caller
+    // owns the result.
+    libraryUsage* findSymbolInUsedLibraries(const char* name, InternalFunctionObject& op);
+    // Records the schematics that the views of the usage's symbol name
+    // (straight into the lists, relative to the library).
+    void scanSymbolViews(libraryUsage* usage, InternalFunctionObject& op);
+    // Finds the package that the symbol's text names ("component=" or
+    // "part=") in the package library beside its symbol library, or
+    // through findPackage, and records it.
+    void scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op);
+    // The entry of the package name: in the package library beside
+    // libraryHint (a symbol library path, lower-cased and changed in
+    // place, 1028 bytes), among the packages used before, or (in a scan)
+    // in the configured package libraries. Records it and its parents in
+    // usedPackages. A package found only in the configuration is recorded
+    // but not returned.
+    libraryIndexEntry* findPackage(const char* name, char* libraryHint, InternalFunctionObject& op);
 
 protected:
     // In declared order, as the other parts of the engine expect them.

@@ -101,6 +101,12 @@ std::string describeScan(DesignFileItem& item, const std::string& root) {
                 std::to_string(library ? library->getLibraryKind() : -1) + "\n";
     }
     for (libraryUsage* usage : item.getUsedModels()) text += "model " + replaceAll(usage->name, root, "@ROOT@") + "\n";
+    auto usageLine = [&](const std::string& kind, libraryUsage* usage) {
+        text += kind + " " + usage->name + " " +
+                replaceAll(usage->library ? usage->library->getFullPath() : "-", root, "@ROOT@") + "\n";
+    };
+    for (libraryUsage* usage : item.getUsedSymbols()) usageLine("symbol", usage);
+    for (libraryUsage* usage : item.getUsedPackages()) usageLine("package", usage);
     return text;
 }
 

@@ -74,7 +74,8 @@ private:
 
 // The dependency data of item as text, one line each, paths with root
 // replaced by "@ROOT@": "file PATH LOCALITY exists|missing", "system ...",
-// "library PATH kind N", "model NAME".
+// "library PATH kind N", "model NAME", "symbol NAME LIBRARY",
+// "package NAME LIBRARY".
 std::string describeScan(DesignFileItem& item, const std::string& root);
 
 // The name of a locality value ("Local", "Local_subdir", ...).

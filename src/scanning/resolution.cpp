@@ -1,0 +1,414 @@
+// Symbol and package resolution: from a name on a schematic line to an
+// entry of a library, and from there to what that entry needs.
+//
+// A schematic names the libraries it uses but not which library holds
+// which symbol. A scan therefore looks every "part" and "port" symbol up:
+// first among the symbols this file has used before, then in the symbol
+// libraries of its @LIBRARIES section, in order, then in the configured
+// symbol libraries. A symbol that is found brings its parents (the entries
+// it is derived from, in the same library), the schematics its views name,
+// and its package, which lives in the package library of the same stem
+// beside the symbol library. Everything found is recorded in usedSymbols
+// and usedPackages, so that a reduced library can later be written with
+// exactly these entries, and the libraries themselves become dependencies.
+//
+// A fix-up resolves nothing: part and port lines are copied, and a
+// COMPONENT= line finds only what a scan has recorded.
+//
+// A chain of parents ends at a name the library lacks (reported, as for a
+// symbol) and at a name already met in the same walk, so that a library
+// whose parents loop cannot hold the scan.
+//
+// Contents:
+//   1. Helpers: words, usage lists, reports that may cancel the file.
+//   2. The parent walk.
+//   3. findSymbol, findSymbolInUsedLibraries.
+//   4. Reading an entry's text: scanSymbolViews, scanSymbolPackage.
+//   5. findPackage.
+//   6. The PartLine and PortLine states.
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "libraries/configuration.h"
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+#include "operations/operation.h"
+#include "scanning/formats.h"
+#include "scanning/lineengine.h"
+#include "workspace/context.h"
+#include "workspace/fileitem.h"
+#include "workspace/workspace.h"
+
+// ---------------------------------------------------------------------------
+// 1. Helpers
+// ---------------------------------------------------------------------------
+
+// Set when the client answered Cancel to a report of this code; the line
+// handlers clear it before they resolve and end the file when it is set
+// after. Process-wide, as the scan context is.
+static bool resolutionCancelled = false;
+
+// reportProblem, remembering a Cancel.
+static void report(InternalFunctionObject& op, const KVE_callBackAction& action, const char* detail, fileItem* item) {
+    if (op.reportProblem(action, detail, item)) resolutionCancelled = true;
+}
+
+void takeWord(const char* text, int index, char* out, size_t size) {
+    out[0] = '\0';
+    const char* p = text;
+    for (int i = 0;; ++i) {
+        while (*p == ' ' || *p == '\t') ++p;
+        if (!*p) return;
+        const size_t length = strcspn(p, " \t");
+        if (i == index) {
+            const size_t take = length < size - 1 ? length : size - 1;
+            memcpy(out, p, take);
+            out[take] = '\0';
+            return;
+        }
+        p += length;
+    }
+}
+
+// Appends usage to list unless a record of the same name (without regard
+// to case) and the same library is there; then usage is deleted. Returns
+// the record that stands in the list.
+static libraryUsage* addUsage(std::list<libraryUsage*>& list, libraryUsage* usage) {
+    if (libraryUsage* known = findUsage(list, usage)) {
+        delete usage;
+        return known;
+    }
+    list.push_back(usage);
+    return usage;
+}
+
+// The first record of list whose name equals name without regard to case.
+static libraryUsage* usageOfName(const std::list<libraryUsage*>& list, const char* name) {
+    for (libraryUsage* each : list)
+        if (_stricmp(each->name.c_str(), name) == 0) return each;
+    return nullptr;
+}
+
+// The current directory, saved and set for the span of a block and put
+// back on every way out.
+namespace {
+class directoryScope {
+public:
+    explicit directoryScope(const char* directory) {
+        GetCurrentDirectoryA(MAX_PATH, saved);
+        SetCurrentDirectoryA(directory);
+    }
+    ~directoryScope() { SetCurrentDirectoryA(saved); }
+    directoryScope(const directoryScope&) = delete;
+    directoryScope& operator=(const directoryScope&) = delete;
+
+private:
+    char saved[MAX_PATH] = "";
+};
+} // namespace
+
+// The library path of the configuration, or "".
+static const char* librarySearchPath() {
+    const LibraryConfiguration* configuration = getLibraryConfiguration();
+    return configuration ? configuration->getSearchPath() : "";
+}
+
+// ---------------------------------------------------------------------------
+// 2. The parent walk
+// ---------------------------------------------------------------------------
+
+// Records the parents of usage's entry, nearest first, in list, each under
+// the name by which its child names it. The walk ends at a parent that the
+// library lacks (reported in a scan) and at a name met before in the same
+// walk (start being the first).
+static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, libraryUsage* usage, const char* start,
+                        InternalFunctionObject& op) {
+    LibraryFileItem* library = usage->library;
+    if (!library || !usage->entry) return;
+    std::set<std::string> met;
+    auto lower = [](const char* text) {
+        std::string key(text);
+        for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+        return key;
+    };
+    met.insert(lower(start));
+    std::string text = usage->entry->parent ? usage->entry->parent : "";
+    while (!text.empty()) {
+        if (!met.insert(lower(text.c_str())).second) return; // a loop
+        libraryIndexEntry* parent = library->findIndexEntry(text.c_str(), op);
+        if (!parent) {
+            if (op.isScanOnly()) report(op, KVE_callBackAction::CannotFindSymbol, text.c_str(), &item);
+            return;
+        }
+        parent->owner = library;
+        addUsage(list, new libraryUsage(library, parent, text.c_str()));
+        text = parent->parent ? parent->parent : "";
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 3. findSymbol, findSymbolInUsedLibraries
+// ---------------------------------------------------------------------------
+
+libraryUsage* DesignFileItem::findSymbolInUsedLibraries(const char* name, InternalFunctionObject& op) {
+    // A library named twice answers the same twice: ask each once.
+    std::set<LibraryFileItem*> asked;
+    for (fileItem* each : usedLibraries) {
+        LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(each);
+        if (!library || library->getLibraryKind() != LibraryKindSymbols) continue;
+        if (!asked.insert(library).second) continue;
+        if (libraryIndexEntry* entry = library->findIndexEntry(name, op)) {
+            entry->owner = library;
+            return new libraryUsage(library, entry, name);
+        }
+    }
+    return nullptr;
+}
+
+libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunctionObject& op) {
+    if (!name) name = "";
+    libraryUsage* usage = usageOfName(usedSymbols, name);
+    if (!usage) {
+        usage = findSymbolInUsedLibraries(name, op);
+        if (!usage) {
+            if (!op.isScanOnly()) return nullptr;
+            if (LibraryConfiguration* configuration = getLibraryConfiguration())
+                usage = configuration->findConfiguredSymbol(name, op);
+        }
+        if (!usage) {
+            report(op, KVE_callBackAction::CannotFindSymbol, name, this);
+            return nullptr;
+        }
+        usage = addUsage(usedSymbols, usage);
+        walkParents(*this, usedSymbols, usage, name, op);
+    }
+    usage->entry->owner = usage->library;
+    if (usage->library) scanSymbolViews(usage, op);
+    return usage->entry;
+}
+
+// ---------------------------------------------------------------------------
+// 4. Reading an entry's text
+// ---------------------------------------------------------------------------
+
+// Reads the text of entry from file (opened on library) into a new buffer
+// of size + 1024 zeroed bytes. Null, after reporting ErrorReadingFile for
+// owner, when the bytes cannot all be read; null without a report when the
+// seek fails. An entry larger than its file cannot be read.
+static char* readEntryText(FILE* file, LibraryFileItem* library, libraryIndexEntry* entry, fileItem* owner,
+                           InternalFunctionObject& op) {
+    const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
+    if (position < 0 || fseek(file, static_cast<long>(position), SEEK_SET) != 0) return nullptr;
+    const int64_t fileSize = library->getSize();
+    if (entry->size < 0 || entry->size > fileSize) {
+        report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
+        return nullptr;
+    }
+    const size_t size = static_cast<size_t>(entry->size);
+    char* text = new char[size + 1024]();
+    if (fread(text, 1, size, file) != size) {
+        report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
+        delete[] text;
+        return nullptr;
+    }
+    return text;
+}
+
+void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject& op) {
+    LibraryFileItem* library = usage->library;
+    libraryIndexEntry* entry = usage->entry;
+    FILE* file = kvFopen(library->getFullPath(), "rt");
+    if (!file) {
+        report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
+        return;
+    }
+    {
+        // Names in a library are relative to the library.
+        directoryScope here(library->getDirectoryString().c_str());
+        char* text = readEntryText(file, library, entry, entry->owner, op);
+        // With case: a block whose header is in capitals has no views here.
+        const char* views = text ? strstr(text, "@views") : nullptr;
+        DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+        for (const char* line = views; line && *line && ws;) {
+            const char* end = line + strcspn(line, "\n");
+            if (line != views && *line == '@') break;
+            const char* equals = static_cast<const char*>(memchr(line, '=', end - line));
+            if (equals && equals[1] != '*' && equals + 1 < end) {
+                std::string value(equals + 1, end);
+                if (!value.empty() && value.back() == '\r') value.pop_back();
+                pathstring result;
+                searchPathForFile(library->getDirectoryString().c_str(), librarySearchPath(), value.c_str(), ".sch",
+                                  result);
+                result.tidyUp(false);
+                if (fileItem* item = ws->addFileItem(result.c_str(), nullptr)) {
+                    if (library->isSystemLibrary() || isPartLib(library) || item->isSystem())
+                        addSystemDependency(item);
+                    else
+                        addDependency(item); // a library also into usedLibraries
+                }
+            }
+            line = *end ? end + 1 : end;
+        }
+        delete[] text;
+    }
+    fclose(file);
+}
+
+void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op) {
+    LibraryFileItem* library = entry->owner;
+    if (!library) return;
+    FILE* file = kvFopen(library->getFullPath(), "rb");
+    if (!file) {
+        report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
+        return;
+    }
+    {
+        directoryScope here(directoryPath.c_str());
+        char* text = readEntryText(file, library, entry, library, op);
+        char* keyword = nullptr;
+        size_t keywordLength = 0;
+        if (text) {
+            _strlwr(text);
+            if ((keyword = strstr(text, "component=")) != nullptr)
+                keywordLength = 10;
+            else if ((keyword = strstr(text, "part=")) != nullptr)
+                keywordLength = 5;
+        }
+        if (keyword) {
+            // The package library has the symbol library's stem and directory.
+            char packagePath[1028];
+            snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
+            _strlwr(packagePath);
+            char* name = keyword + keywordLength;
+            if (char* lf = strchr(name, '\n')) *lf = '\0';
+            if (char* slb = strstr(packagePath, ".slb")) strcpy(slb, ".plb");
+            // The file is read in binary: a carriage return stays in the name.
+
+            DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+            LibraryFileItem* packages =
+                ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
+            libraryIndexEntry* package = packages ? packages->findIndexEntry(name, op) : nullptr;
+            if (package) {
+                package->owner = packages;
+                pathstring path(packages->getFullPath());
+                op.dependencyFound(path, false, false);
+                fileItem* item = ws->addFileItem(path.c_str(), nullptr);
+                addUsage(usedPackages, new libraryUsage(packages, package, name));
+                if (item) {
+                    if (item->isSystem())
+                        addSystemDependency(item);
+                    else
+                        addDependency(item);
+                }
+            } else if (libraryIndexEntry* found = findPackage(name, packagePath, op)) {
+                pathstring path(found->owner ? found->owner->getFullPath() : "");
+                op.dependencyFound(path, true, false);
+                if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));
+            }
+        }
+        delete[] text;
+    }
+    fclose(file);
+}
+
+// ---------------------------------------------------------------------------
+// 5. findPackage
+// ---------------------------------------------------------------------------
+
+libraryIndexEntry* DesignFileItem::findPackage(const char* name, char* libraryHint, InternalFunctionObject& op) {
+    if (!name) name = "";
+    libraryIndexEntry* result = nullptr;
+    libraryUsage* usage = nullptr;
+    _strlwr(libraryHint);
+    LibraryConfiguration* configuration = getLibraryConfiguration();
+    char* slb = strstr(libraryHint, ".slb");
+    if (slb && op.isScanOnly()) {
+        strcpy(slb, ".plb");
+        LibraryFileItem* library = configuration ? configuration->findConfiguredLibrary(libraryHint) : nullptr;
+        if (libraryIndexEntry* entry = library ? library->findIndexEntry(name, op) : nullptr) {
+            entry->owner = library;
+            result = entry;
+            usage = addUsage(usedPackages, new libraryUsage(library, entry, name));
+        }
+    }
+    if (!usage) {
+        usage = usageOfName(usedPackages, name);
+        if (usage) result = usage->entry;
+    }
+    if (!usage && op.isScanOnly() && configuration) {
+        // Recorded, but not given back: the caller names no library for it.
+        if (libraryUsage* configured = configuration->findConfiguredPackage(name, op))
+            usage = addUsage(usedPackages, configured);
+    }
+    if (usage) walkParents(*this, usedPackages, usage, name, op);
+    return result;
+}
+
+// ---------------------------------------------------------------------------
+// 6. The PartLine and PortLine states
+// ---------------------------------------------------------------------------
+
+// The symbol of a part or port line: the second word behind its first five
+// characters, into currentSymbolName. Null when the line names none.
+static const char* symbolNameOf(const char* line, scanContext& context) {
+    const size_t length = strlen(line);
+    takeWord(line + (length < 5 ? length : 5), 1, context.currentSymbolName, sizeof context.currentSymbolName);
+    return context.currentSymbolName[0] ? context.currentSymbolName : nullptr;
+}
+
+int DesignFileItem::partLine(scanPass& pass) {
+    scanContext& context = getScanContext();
+    resolutionCancelled = false;
+    const char* name = symbolNameOf(pass.line, context);
+    libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
+    int result = 0;
+    if (entry && entry->owner) {
+        const char* library = entry->owner->getFullPath();
+        snprintf(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, "%s", library);
+        snprintf(pass.work, scanLineSize, "%s", library);
+        pathstring path(pass.work);
+        pass.op.dependencyFound(path, true, false);
+        scanSymbolPackage(entry, pass.op);
+        pass.state = PackageLine; // the engine sets Line again
+        result = 1;
+    } else if (!resolutionCancelled) {
+        // No symbol of that name: the line may name a file instead.
+        if (char* value = findFileNameValue(pass.line)) {
+            pathstring named(value);
+            pathstring path;
+            searchPathForFile(directoryPath.c_str(), librarySearchPath(), named.c_str(), ".sch", path);
+            path.tidyUp(false);
+            pass.op.dependencyFound(path, false, false);
+            result = 1;
+        }
+    }
+    if (resolutionCancelled) {
+        pass.finished = true;
+        return 0;
+    }
+    return result;
+}
+
+int DesignFileItem::portLine(scanPass& pass) {
+    scanContext& context = getScanContext();
+    resolutionCancelled = false;
+    const char* name = symbolNameOf(pass.line, context);
+    libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
+    int result = 0;
+    if (entry && entry->owner) {
+        snprintf(pass.work, scanLineSize, "%s", entry->owner->getFullPath());
+        pathstring path(pass.work);
+        pass.op.dependencyFound(path, true, false);
+        result = 1;
+    }
+    if (resolutionCancelled) {
+        pass.finished = true;
+        return 0;
+    }
+    return result;
+}
+
+bool resolutionWasCancelled() { return resolutionCancelled; }
+void clearResolutionCancelled() { resolutionCancelled = false; }

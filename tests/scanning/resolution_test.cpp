@@ -1,0 +1,413 @@
+// Symbol and package resolution: where a schematic's symbols are looked
+// for, what a scan records of them, and the walks that end on damaged
+// libraries.
+#include <algorithm>
+#include <cstring>
+
+#include "libraries/configuration.h"
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+#include "scanning/lineengine.h"
+#include "scanning/scantest.h"
+
+// ---------------------------------------------------------------------------
+// Helpers
+// ---------------------------------------------------------------------------
+
+// The text of a symbol or package library: an index with one line per
+// entry (names field, offset, size) and then the entries' texts.
+std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::string index = "@INDEX\n", bodies;
+    char line[512];
+    for (const auto& entry : entries) {
+        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", entry.first.c_str(), bodies.size(), entry.second.size());
+        index += line;
+        bodies += entry.second;
+    }
+    return index + bodies;
+}
+
+// A symbol's text whose package is package (none when empty), with the
+// views given (lines "name=value").
+static std::string symbolText(const std::string& name, const std::string& package, const std::string& views = "") {
+    std::string text = "*symbol " + name + "\nd " + name + " symbol\n@type g\n";
+    if (!views.empty()) text += "@views\n" + views;
+    text += "@attributes\n";
+    if (!package.empty()) text += "a 0 sp 11 0 10 20 hcn 100 COMPONENT=" + package + "\n";
+    return text + "@pins\np 2 1 0 0 10 0 hln 0 1\n";
+}
+
+static std::string packageText(const std::string& name) { return "*package " + name + "\n{" + name + " pads}\n"; }
+
+// A schematic of one page holding lines.
+static std::string schematic(const std::string& libraries, const std::string& lines) {
+    std::string text = "*version 9.10\n";
+    if (!libraries.empty()) text += "@LIBRARIES\n" + libraries;
+    return text + "*page 1 0 970 720 iA\n@parts\n" + lines;
+}
+
+class Resolution : public scanFixture {
+protected:
+    void SetUp() override {
+        scope.reset(new LibraryPathScope(dir));
+        getScanContext().currentSymbolLibrary[0] = '\0';
+        getScanContext().lastPartName[0] = '\0';
+    }
+    void TearDown() override {
+        ws.reset();
+        scope.reset();
+    }
+    // Configures part libraries (lines such as "std [.SLB,.PLB]", found on
+    // the library path syslib) and loads the configuration again.
+    void configure(const std::vector<std::string>& partLibs) {
+        std::string ini = "[Part Libs]\n";
+        for (size_t i = 0; i < partLibs.size(); ++i) ini += "LIB" + std::to_string(i + 1) + "=" + partLibs[i] + "\n";
+        writeFile(dir.host("ini/tarnel91.ini"), ini);
+        RemoveIniFileContext();
+        SetIniFileContext(dir.engine("ini/context.ini").c_str(), nullptr);
+    }
+    // The used symbols (or packages) as "name library-base-name".
+    static std::vector<std::string> usages(const std::list<libraryUsage*>& list) {
+        std::vector<std::string> result;
+        for (libraryUsage* usage : list)
+            result.push_back(usage->name + " " + (usage->library ? usage->library->getBaseName() : "-"));
+        return result;
+    }
+    static bool holds(const std::vector<std::string>& names, const std::string& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    }
+    LibraryFileItem* libraryItem(const std::string& relative) {
+        DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(ws.get());
+        return design ? dynamic_cast<LibraryFileItem*>(design->findLibraryItem(dir.engine(relative).c_str())) : nullptr;
+    }
+    // Scans relative with client and returns the item.
+    DesignFileItem* scan(const std::string& relative, recordingClient& client) {
+        DesignFileItem* scanned = item(relative);
+        if (scanned) scanned->getFileDependencies(&client);
+        return scanned;
+    }
+
+    std::unique_ptr<LibraryPathScope> scope;
+};
+
+// ---------------------------------------------------------------------------
+// Where symbols are looked for
+// ---------------------------------------------------------------------------
+
+TEST_F(Resolution, ASymbolOfTheFilesOwnLibraryIsNotLookedForInTheConfiguration) {
+    writeFile(dir.host("syslib/std.slb"), libraryText({{"r", symbolText("r", "")}}));
+    configure({"std [.SLB]"});
+    open({{"design/top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R 10 10 h\n")},
+          {"design/parts.slb", libraryText({{"r,res", symbolText("r", "")}})}},
+         "design");
+    recordingClient client;
+    DesignFileItem* top = scan("design/top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
+    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "parts.slb"));
+    EXPECT_FALSE(holds(names(top->getSystemDependencies(nullptr)), "std.slb"));
+    LibraryFileItem* configured = getLibraryConfiguration()->getPartLibraries().front();
+    ASSERT_EQ(std::string(configured->getBaseName()), "std.slb");
+    EXPECT_TRUE(configured->getIndexEntries().empty()) << "the configured library was not even read";
+}
+
+TEST_F(Resolution, WithoutALibrarySectionOnlyTheConfigurationIsSearched) {
+    writeFile(dir.host("syslib/std.slb"), libraryText({{"r", symbolText("r", "")}}));
+    configure({"std [.SLB]"});
+    // A library beside the schematic that the schematic does not name.
+    open({{"design/top.sch", schematic("", "part 1 R 10 10 h\n")},
+          {"design/stray.slb", libraryText({{"r", symbolText("r", "")}})}},
+         "design");
+    recordingClient client;
+    DesignFileItem* top = scan("design/top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R std.slb"});
+    EXPECT_EQ(names(top->getSystemDependencies(nullptr)), std::vector<std::string>{"std.slb"});
+    EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "stray.slb"));
+}
+
+TEST_F(Resolution, TheLibrariesOfTheSectionAreSearchedInTheirOrder) {
+    open({{"top.sch", schematic("\"first\"  [.slb]\n\"second\"  [.slb]\n", "part 1 Q 0 0 h\npart 2 D 0 0 h\n")},
+          {"first.slb", libraryText({{"d", symbolText("d", "")}})},
+          {"second.slb", libraryText({{"q", symbolText("q", "")}, {"d", symbolText("d", "")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"Q second.slb", "D first.slb"}));
+}
+
+TEST_F(Resolution, OneRecordPerSymbolWhateverTheCaseOrTheNumberOfUses) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n",
+                                "part 1 R 10 10 h\npart 2 R 20 10 h\npart 3 r 30 10 h\npart 4 Res 40 10 h\n")},
+          {"parts.slb", libraryText({{"r,res", symbolText("r", "")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"R parts.slb", "Res parts.slb"}))
+        << "a second name of the same entry is a record of its own";
+    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"parts.slb"});
+}
+
+TEST_F(Resolution, AMissingSymbolIsReportedOnceAndTheLineMayNameAFile) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 GHOST 0 0 h\npart 2 ghost 0 0 h\n"
+                                                         "part 3 block 0 0 h filename=sub\\block.sch\n")},
+          {"parts.slb", libraryText({{"r", symbolText("r", "")}})},
+          {"sub/block.sch", "*version 9.10\n"}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_TRUE(top->getUsedSymbols().empty());
+    std::vector<std::string> reported;
+    for (size_t i = 0; i < client.actions.size(); ++i)
+        if (client.actions[i] == KVE_callBackAction::CannotFindSymbol) reported.push_back(client.details[i]);
+    EXPECT_EQ(reported, (std::vector<std::string>{"GHOST", "block"})) << "once per name, without regard to case";
+    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "block.sch"));
+}
+
+TEST_F(Resolution, ACancelAtAMissingSymbolEndsTheFile) {
+    open({{"top.sch", schematic("", "part 1 GHOST 0 0 h\na 0 a 0 0 0 0 hln 100 filename=later.txt\n")},
+          {"later.txt", "x\n"}});
+    recordingClient client;
+    client.cancelOn = KVE_callBackAction::CannotFindSymbol;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(client.actions, std::vector<int>{KVE_callBackAction::CannotFindSymbol});
+    EXPECT_TRUE(top->getFileDependencies(nullptr).empty()) << "nothing after the cancelled line is read";
+}
+
+TEST_F(Resolution, APortIsResolvedButHasNoPackageAndNoFile) {
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "port 1 GND 0 0 h\nport 2 VCC 0 0 h filename=x.sch\n")},
+          {"parts.slb", libraryText({{"gnd", symbolText("gnd", "TP1")}})},
+          {"parts.plb", libraryText({{"tp1", packageText("tp1")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"GND parts.slb"});
+    EXPECT_TRUE(top->getUsedPackages().empty());
+    EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "x.sch")) << "a port line is no file reference";
+    EXPECT_EQ(getScanContext().currentSymbolLibrary, std::string()) << "a port leaves the package hint alone";
+}
+
+// ---------------------------------------------------------------------------
+// Parents
+// ---------------------------------------------------------------------------
+
+TEST_F(Resolution, AllParentsOfASymbolAreRecorded) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R_SMD 0 0 h\n")},
+          {"parts.slb", libraryText({{"r_base", symbolText("r_base", "")},
+                                     {"r", symbolText("r", "")},
+                                     {"r_smd:r", symbolText("r_smd", "")},
+                                     {"r:r_base", symbolText("r2", "")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    // "r" finds its first entry, which has no parent: the walk ends there.
+    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"R_SMD parts.slb", "r parts.slb"}));
+    EXPECT_EQ(std::count(client.actions.begin(), client.actions.end(),
+                         static_cast<int>(KVE_callBackAction::CannotFindSymbol)),
+              0);
+}
+
+TEST_F(Resolution, AChainOfThreeParentsIsWalkedToItsRoot) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 LED_RED 0 0 h\n")},
+          {"parts.slb", libraryText({{"led_red:led", symbolText("led_red", "")},
+                                     {"led:diode", symbolText("led", "")},
+                                     {"diode:twopin", symbolText("diode", "")},
+                                     {"twopin", symbolText("twopin", "")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"LED_RED parts.slb", "led parts.slb",
+                                                                        "diode parts.slb", "twopin parts.slb"}));
+}
+
+TEST_F(Resolution, ALoopOfParentsEnds) {
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 A 0 0 h\npart 2 SELF 0 0 h\n")},
+          {"parts.slb", libraryText({{"a:b", symbolText("a", "")},
+                                     {"b:c", symbolText("b", "")},
+                                     {"c:A", symbolText("c", "")},
+                                     {"self:self", symbolText("self", "")}})},
+          {"parts.plb", libraryText({{"p1:p2", packageText("p1")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()),
+              (std::vector<std::string>{"A parts.slb", "b parts.slb", "c parts.slb", "SELF parts.slb"}));
+    EXPECT_EQ(std::count(client.actions.begin(), client.actions.end(),
+                         static_cast<int>(KVE_callBackAction::CannotFindSymbol)),
+              0)
+        << "a loop is no missing parent";
+}
+
+TEST_F(Resolution, ALoopOfPackageParentsEnds) {
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"p1:p2", packageText("p1")}, {"p2:p1", packageText("p2")}}));
+    configure({"std [.PLB]"});
+    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=P1\n")}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"P1 std.plb", "p2 std.plb"}));
+}
+
+TEST_F(Resolution, AMissingParentIsReportedAndEndsTheWalk) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 X 0 0 h\n")},
+          {"parts.slb", libraryText({{"x:ghost", symbolText("x", "")}, {"y:x", symbolText("y", "")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"X parts.slb"}) << "the symbol stays";
+    ASSERT_EQ(client.details.back(), "ghost");
+    EXPECT_EQ(client.actions.back(), KVE_callBackAction::CannotFindSymbol);
+    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"parts.slb"});
+}
+
+TEST_F(Resolution, AMissingPackageParentEndsTheWalkToo) {
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8:dipbase", packageText("dip8")}}));
+    configure({"std [.PLB]"});
+    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
+    EXPECT_EQ(client.details.back(), "dipbase");
+}
+
+// ---------------------------------------------------------------------------
+// Views and packages of a symbol
+// ---------------------------------------------------------------------------
+
+TEST_F(Resolution, TheViewsOfASymbolAreRecordedRelativeToItsLibrary) {
+    open({{"design/top.sch", schematic("\"..\\lib\\parts\"  [.slb]\n", "part 1 FILTER 0 0 h\n")},
+          {"lib/parts.slb", libraryText({{"filter", symbolText("filter", "", "schematic=filter_impl\nsim=*none\n"
+                                                                              "netlist=models\\filter.lib\n")}})},
+          {"lib/filter_impl.sch", "*version 9.10\n"},
+          {"lib/models/filter.lib", "* models\n"}},
+         "design");
+    recordingClient client;
+    DesignFileItem* top = scan("design/top.sch", client);
+    const std::vector<std::string> files = names(top->getFileDependencies(nullptr));
+    EXPECT_TRUE(holds(files, "filter_impl.sch"));
+    EXPECT_TRUE(holds(files, "filter.lib"));
+    bool registered = false;
+    for (fileItem* used : top->getUsedLibraries())
+        if (std::string(used->getBaseName()) == "filter.lib") registered = true;
+    EXPECT_TRUE(registered) << "a library that a view names is a used library";
+    EXPECT_EQ(files.size(), 3u) << "no entry for the *none view";
+}
+
+TEST_F(Resolution, ViewsInCapitalsAreNotFollowed) {
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 F 0 0 h\n")},
+          {"parts.slb", libraryText({{"f", "*symbol f\n@VIEWS\nschematic=impl\n"}})},
+          {"impl.sch", "*version 9.10\n"}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "impl.sch"));
+}
+
+TEST_F(Resolution, ThePackageComesFromThePackageLibraryBesideTheSymbolLibrary) {
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 U1 0 0 h\npart 2 C 0 0 h\n")},
+          {"parts.slb", libraryText({{"u1", symbolText("u1", "SO8")},
+                                     {"c", "*symbol c\na 0 sp 11 0 10 20 hcn 100 PART=ck05\n"}})},
+          {"parts.plb", libraryText({{"so8:smd", packageText("so8")}, {"smd", packageText("smd")},
+                                     {"ck05", packageText("ck05")}})}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"so8 parts.plb", "ck05 parts.plb"}))
+        << "lower-cased from the symbol's text; the package's own parents are not walked from here";
+    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "parts.plb"));
+}
+
+TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) {
+    // The second entry claims more bytes than the file holds.
+    std::string text = libraryText({{"r", symbolText("r", "")}});
+    text.replace(text.find("symloc r 00000000 "), 26, "symloc r 00000000 00099999");
+    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R 0 0 h\n")}, {"parts.slb", text}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
+    EXPECT_NE(std::find(client.actions.begin(), client.actions.end(),
+                        static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
+              client.actions.end());
+}
+
+// ---------------------------------------------------------------------------
+// COMPONENT= and PART= lines
+// ---------------------------------------------------------------------------
+
+TEST_F(Resolution, AComponentBeforeAnyPartUsesTheLibraryThatTheLastPassLeft) {
+    writeFile(dir.host("syslib/std.slb"), libraryText({{"opamp", symbolText("opamp", "")}}));
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8", packageText("dip8")}}));
+    configure({"std [.SLB,.PLB]"});
+    open({{"a.sch", schematic("", "part 1 OPAMP 0 0 h\n")},
+          {"b.sch", "*version 9.10\na 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n*page 1\n"}});
+    recordingClient client;
+    scan("a.sch", client);
+    EXPECT_EQ(std::string(getScanContext().currentSymbolLibrary), dir.engine("syslib\\std.slb"));
+    DesignFileItem* b = scan("b.sch", client);
+    EXPECT_EQ(usages(b->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
+    EXPECT_EQ(names(b->getFileDependencies(nullptr)), std::vector<std::string>{}) << "std.plb is a system file";
+    EXPECT_EQ(names(b->getSystemDependencies(nullptr)), std::vector<std::string>{"std.plb"});
+}
+
+TEST_F(Resolution, APackageFoundOnlyInTheConfigurationIsRecordedWithoutADependency) {
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8", packageText("dip8")}}));
+    configure({"std [.PLB]"});
+    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
+    EXPECT_TRUE(top->getFileDependencies(nullptr).empty());
+    EXPECT_TRUE(top->getSystemDependencies(nullptr).empty());
+}
+
+TEST_F(Resolution, AnEmptyPartAttributeNamesThePackageOfTheLastPart) {
+    writeFile(dir.host("syslib/std.slb"), libraryText({{"lm358", symbolText("lm358", "")}}));
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"lm358", packageText("lm358")}}));
+    configure({"std [.SLB,.PLB]"});
+    open({{"top.sch", schematic("", "part 1 LM358 0 0 h\na 0 sp 0 0 0 10 hlb 100 PART=\n")}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"LM358 std.plb"});
+    EXPECT_TRUE(holds(names(top->getSystemDependencies(nullptr)), "std.plb"));
+    EXPECT_EQ(std::string(getScanContext().lastPartName), "LM358");
+}
+
+TEST_F(Resolution, ComponentIsSeenWithItsCaseOnlyAndWinsOverAFileName) {
+    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8", packageText("dip8")}}));
+    configure({"std [.PLB]"});
+    open({{"top.sch", schematic("", "a 0 x 0 0 0 0 hln 100 component=DIP8 filename=one.txt\n"
+                                    "a 0 x 0 0 0 0 hln 100 COMPONENT=DIP8 filename=two.txt\n")}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"one.txt"});
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
+}
+
+// ---------------------------------------------------------------------------
+// A fix-up resolves nothing new
+// ---------------------------------------------------------------------------
+
+TEST_F(Resolution, AFixUpLooksNothingUp) {
+    const std::string text = schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 10 10 h\nport 2 GND 0 0 h\n"
+                                                                   "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n");
+    open({{"src/top.sch", text},
+          {"src/parts.slb", libraryText({{"r", symbolText("r", "RC05")}, {"gnd", symbolText("gnd", "")}})},
+          {"src/parts.plb", libraryText({{"rc05", packageText("rc05")}})}},
+         "src");
+    DesignFileItem* top = item("src/top.sch");
+    copyLikeOperation op(dir.engine("src"), dir.engine("dst"), dir.engine("src"));
+    pathstring(dir.engine("dst").c_str()).createDirectory();
+    ASSERT_TRUE(top->rewriteFile(nullptr, pathstring(top->getFullPath()), pathstring(dir.engine("dst/top.sch").c_str()), op));
+    EXPECT_EQ(op.found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb")}))
+        << "only the library lines, no symbol and no package";
+    EXPECT_EQ(readFile(dir.host("dst/top.sch")), text);
+    ASSERT_TRUE(libraryItem("src/parts.slb"));
+    EXPECT_TRUE(libraryItem("src/parts.slb")->getIndexEntries().empty()) << "no index was read";
+    EXPECT_TRUE(top->getUsedSymbols().empty());
+}
+
+TEST_F(Resolution, AFixUpAfterAScanReportsTheRecordedPackage) {
+    open({{"src/top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 10 10 h\n"
+                                                                "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n"
+                                                                "a 0 ap 9 0 15 0 hln 100 COMPONENT=NEW\n")},
+          {"src/parts.slb", libraryText({{"r", symbolText("r", "RC05")}})},
+          {"src/parts.plb", libraryText({{"rc05", packageText("rc05")}, {"new", packageText("new")}})}},
+         "src");
+    recordingClient client;
+    DesignFileItem* top = scan("src/top.sch", client);
+    ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"})
+        << "recorded under the name the symbol's text gives, lower-cased";
+    copyLikeOperation op(dir.engine("src"), dir.engine("dst"), dir.engine("src"));
+    pathstring(dir.engine("dst").c_str()).createDirectory();
+    ASSERT_TRUE(top->rewriteFile(nullptr, pathstring(top->getFullPath()), pathstring(dir.engine("dst/top.sch").c_str()), op));
+    EXPECT_EQ(op.found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb"),
+                                                  dir.engine("src\\parts.plb")}))
+        << "the recorded RC05 names its library; NEW, never scanned, names none";
+}
