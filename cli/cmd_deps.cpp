@@ -6,11 +6,15 @@
 // tree of what they depend on in turn, each file once: a file met again is
 // shown with "(see above)". Each line tells the locality of the file and
 // whether it exists; missing files are marked so that they stand out.
+// After the files come the symbols, packages and models that the file
+// uses out of libraries (a schematic's parts), each with its library and
+// the entry it is drawn on.
 //
 // Contents:
 //   1. Gathering: the tree of dependencies.
 //   2. Text and JSON output.
 //   3. The command.
+#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -102,6 +106,47 @@ static void printNodes(const std::vector<depNode>& nodes, const std::string& ind
     }
 }
 
+// The entries of one kind that the file uses, under heading, in the style
+// of the dependency lines; nothing when there are none.
+static void printUsed(const std::vector<usedEntry>& entries, const char* kind, const char* heading) {
+    std::vector<const usedEntry*> shown;
+    size_t width = 0;
+    for (const usedEntry& entry : entries)
+        if (entry.kind == kind) {
+            shown.push_back(&entry);
+            width = std::max(width, entry.name.size());
+        }
+    if (shown.empty()) return;
+    printf("%s (%zu)\n", heading, shown.size());
+    for (size_t i = 0; i < shown.size(); ++i) {
+        const usedEntry& entry = *shown[i];
+        printf("%s %-8s %-*s  %s%s\n", i + 1 == shown.size() ? "`--" : "|--", entry.locality.c_str(),
+               static_cast<int>(width), entry.name.c_str(),
+               entry.library.empty() ? "(no library)" : entry.library.c_str(),
+               entry.parent.empty() ? "" : ("  (on " + entry.parent + ")").c_str());
+    }
+}
+
+static void writeUsed(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind) {
+    j.beginArray();
+    for (const usedEntry& entry : entries) {
+        if (entry.kind != kind) continue;
+        j.beginObject();
+        j.field("name", entry.name);
+        if (entry.library.empty())
+            j.field("library", static_cast<const char*>(nullptr));
+        else
+            j.field("library", entry.library);
+        j.field("locality", entry.locality);
+        if (entry.parent.empty())
+            j.field("parent", static_cast<const char*>(nullptr));
+        else
+            j.field("parent", entry.parent);
+        j.endObject();
+    }
+    j.endArray();
+}
+
 static void writeNodes(JsonWriter& j, const std::vector<depNode>& nodes, bool deep) {
     j.beginArray();
     for (const depNode& node : nodes) {
@@ -126,10 +171,14 @@ static void writeNodes(JsonWriter& j, const std::vector<depNode>& nodes, bool de
 // ---------------------------------------------------------------------------
 
 // Reports what the scan tells the client (unreadable files, stale
-// simulation results) on standard error.
+// simulation results, symbols that no library holds) on standard error.
+// Informational actions (a library being searched) are not problems.
 class stderrClient : public callBack {
 public:
     void notify(callBackRecord& record) override {
+        KVE_severityLevel level;
+        record.action.getSeverityLevel(level);
+        if (level.value() < KVE_severityLevel::Warning || level.value() == KVE_severityLevel::invalid) return;
         ++reports;
         fprintf(stderr, "kelvault: %s\n", record.message && *record.message ? record.message : "(no message)");
     }
@@ -157,6 +206,7 @@ static int runDeps(const Args& args) {
     std::vector<depNode> nodes = gather(item, &client, deep, seen);
     size_t missing = 0, total = 0;
     countMissing(nodes, missing, total);
+    const std::vector<usedEntry> used = usedEntriesOf(*item, *ws);
 
     if (args.has("json")) {
         JsonWriter j(stdout);
@@ -168,6 +218,12 @@ static int runDeps(const Args& args) {
         j.field("missing", static_cast<int64_t>(missing));
         j.key("dependencies");
         writeNodes(j, nodes, deep);
+        j.key("symbols");
+        writeUsed(j, used, "symbol");
+        j.key("packages");
+        writeUsed(j, used, "package");
+        j.key("models");
+        writeUsed(j, used, "model");
         j.endObject();
         printf("\n");
     } else {
@@ -175,6 +231,9 @@ static int runDeps(const Args& args) {
         if (nodes.empty()) printf("`-- (no dependencies)\n");
         printNodes(nodes, "");
         printf("%zu file%s, %zu missing\n", total, total == 1 ? "" : "s", missing);
+        printUsed(used, "symbol", "symbols used");
+        printUsed(used, "package", "packages used");
+        printUsed(used, "model", "models used");
     }
     return client.reports ? ExitErrors : ExitDone;
 }
@@ -188,10 +247,13 @@ KV_COMMAND({"deps", "deps FILE [--closure] [--json] [--ini FILE]",
             "shows the locality (local: beside FILE; subdir: below it; external:\n"
             "elsewhere; system: on the library path) and marks a file that does not\n"
             "exist as MISSING. --closure follows every dependency in turn and shows\n"
-            "the whole tree, each file once. --ini gives the INI file whose LIBPATH\n"
-            "is searched for model libraries (use absolute paths there). Problems\n"
-            "met while reading (an unreadable file, a stale model index) go to\n"
-            "standard error and make the exit status 1.",
+            "the whole tree, each file once. After the files come the symbols,\n"
+            "packages and models that FILE uses out of libraries, each with its\n"
+            "library and the entry it is drawn on (see also kelvault symbols).\n"
+            "--ini gives the INI file whose LIBPATH is searched for libraries (use\n"
+            "absolute paths there). Problems met while reading (an unreadable file,\n"
+            "a stale model index, a symbol that no library holds) go to standard\n"
+            "error and make the exit status 1.",
             {{"closure", nullptr, "the whole tree of dependencies, not only the direct ones"},
              {"json", nullptr, "machine-readable output"},
              {"ini", "FILE", "the INI file of the installation (LIBPATH)"}},

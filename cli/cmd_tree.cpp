@@ -9,7 +9,10 @@
 // External, System) and a mark when it is missing. Only folders that hold
 // something are shown. A file met a second time is not opened again
 // ("shown above"), and a file that depends on itself through others is
-// marked as a cycle, so the tree stays finite. --depth N shows N levels
+// marked as a cycle, so the tree stays finite. Beneath a design file that
+// uses library entries come the symbols, packages and models it uses, each
+// with its library and the entry it is drawn on, and the problems its scan
+// reported (a symbol that no library holds). --depth N shows N levels
 // beneath each listed file; --all shows the empty categories too; --json
 // gives the same as data.
 //
@@ -44,17 +47,21 @@ std::string iniFileArgument(const Args& args);
 
 // Scans run while the tree is gathered; what they report as a warning or
 // an error goes to standard error, once per message.
+// While a file's children are gathered, what its scan reports is also
+// kept for that file (sink), to be shown beneath it.
 class treeClient : public callBack {
 public:
     void notify(callBackRecord& record) override {
         KVE_severityLevel level;
         record.action.getSeverityLevel(level);
         if (level.value() < KVE_severityLevel::Warning || level.value() == KVE_severityLevel::invalid) return;
+        if (sink) sink->notify(record);
         const std::string text = record.message ? record.message : "";
         if (!seen.insert(text).second) return;
         fprintf(stderr, "kelvault: %s: %s\n", level.value() == KVE_severityLevel::Warning ? "warning" : "error",
                 text.c_str());
     }
+    problemCollector* sink = nullptr;
 
 private:
     std::set<std::string> seen;
@@ -64,10 +71,15 @@ private:
 // 2. Gathering the tree
 // ---------------------------------------------------------------------------
 
-// One line of the tree below the categories: a file or a folder.
+// One line of the tree below the categories: a file, a folder, or a list
+// of what a file uses out of libraries (a folder whose usedKind is set,
+// holding entry lines) or of the problems of its scan.
 struct treeNode {
     bool folder = false;
     int folderValue = -1;        // folders: the subcategory value
+    std::string usedKind;        // folders of used entries: "symbol", "package", "model"; "problem"
+    bool entry = false;          // a used entry (name, path of its library, locality, note: parent)
+    bool problem = false;        // a problem: name holds its text, type its severity
     std::string name;            // as shown: a folder's name, a file's name or path
     std::string path, type, typeName, locality, time;
     int64_t size = 0;
@@ -144,6 +156,9 @@ private:
             return;
         }
         ancestors.push_back(item);
+        problemCollector problems;
+        problemCollector* outerSink = client.sink;
+        client.sink = &problems;
         fileItemList* children = item->getChildren(&client, 0);
         for (fileItem* child : *children) {
             if (child->isSubCategory()) {
@@ -161,12 +176,73 @@ private:
             }
         }
         delete children;
-        for (fileItem* dependency : unfolderedDependencies(item)) {
+        const std::vector<fileItem*> unfoldered = unfolderedDependencies(item);
+        client.sink = outerSink;
+        for (fileItem* dependency : unfoldered) {
             treeNode file = fileNode(dependency);
             expand(dependency, file, level + 1);
             node.children.push_back(file);
         }
+        addUsedEntries(item, node, level);
+        addProblems(problems.problems, node, level);
         ancestors.pop_back();
+    }
+
+    // The symbols, packages and models that item's scan traced into
+    // libraries, one folder of each kind that has some. At the depth
+    // limit a folder shows its count only, as a folder of files does.
+    void addUsedEntries(fileItem* item, treeNode& node, long level) {
+        DesignFileItem* design = dynamic_cast<DesignFileItem*>(item);
+        if (!design || item->isSubCategory()) return;
+        const std::vector<usedEntry> entries = usedEntriesOf(*design, ws);
+        const std::pair<const char*, const char*> kinds[] = {
+            {"symbol", "Symbols used"}, {"package", "Packages used"}, {"model", "Models used"}};
+        for (const auto& kind : kinds) {
+            treeNode folder;
+            folder.folder = true;
+            folder.usedKind = kind.first;
+            folder.name = kind.second;
+            for (const usedEntry& each : entries) {
+                if (each.kind != kind.first) continue;
+                treeNode line;
+                line.entry = true;
+                line.name = each.name;
+                line.path = each.library;
+                line.locality = each.locality;
+                line.note = each.parent;
+                folder.children.push_back(line);
+            }
+            folder.count = folder.children.size();
+            if (!folder.count) continue;
+            if (maxDepth >= 0 && level + 1 >= maxDepth) {
+                folder.cut = true;
+                folder.children.clear();
+            }
+            node.children.push_back(folder);
+        }
+    }
+
+    // The warnings and errors of item's scan, as a folder beneath it.
+    void addProblems(const std::vector<scanProblem>& problems, treeNode& node, long level) {
+        if (problems.empty()) return;
+        treeNode folder;
+        folder.folder = true;
+        folder.usedKind = "problem";
+        folder.name = "Problems";
+        for (const scanProblem& each : problems) {
+            treeNode line;
+            line.problem = true;
+            line.name = each.message;
+            line.type = each.severity;
+            line.typeName = each.action;
+            folder.children.push_back(line);
+        }
+        folder.count = folder.children.size();
+        if (maxDepth >= 0 && level + 1 >= maxDepth) {
+            folder.cut = true;
+            folder.children.clear();
+        }
+        node.children.push_back(folder);
     }
 
     // A circuit's window shows its Output and System Files folders and no
@@ -223,7 +299,16 @@ private:
 // ---------------------------------------------------------------------------
 
 // The text of one node's line after its branch.
-static std::string nodeText(const treeNode& node) {
+static std::string nodeText(const treeNode& node, const std::string& directory) {
+    if (node.entry) {
+        // The library as a file line names it: relative below the workspace.
+        std::string library = node.path.empty() ? "(no library)" : node.path;
+        if (library.compare(0, directory.size(), directory) == 0) library = library.substr(directory.size());
+        std::string text = node.name + "  from " + library + "  [" + node.locality + "]";
+        if (!node.note.empty()) text += "  (on " + node.note + ")";
+        return text;
+    }
+    if (node.problem) return node.type + ": " + node.name;
     if (node.folder) return node.name + " (" + std::to_string(node.count) + (node.cut ? ", not shown)" : ")");
     std::string text = node.name + "  " + node.typeName + "  [" + node.locality + "]";
     if (!node.exists) text += "  MISSING";
@@ -231,18 +316,19 @@ static std::string nodeText(const treeNode& node) {
     return text;
 }
 
-static void printChildren(const treeNode& node, const std::string& prefix) {
+static void printChildren(const treeNode& node, const std::string& prefix, const std::string& directory) {
     for (size_t i = 0; i < node.children.size(); ++i) {
         const treeNode& child = node.children[i];
         const bool last = i + 1 == node.children.size();
-        printf("%s%s %s\n", prefix.c_str(), last ? "`--" : "|--", nodeText(child).c_str());
-        printChildren(child, prefix + (last ? "    " : "|   "));
+        printf("%s%s %s\n", prefix.c_str(), last ? "`--" : "|--", nodeText(child, directory).c_str());
+        printChildren(child, prefix + (last ? "    " : "|   "), directory);
     }
 }
 
 // hidden: files of the directory that the categories do not show.
 static void printTreeText(const std::string& title, const std::vector<treeCategory>& tree, bool all, size_t hidden) {
     printf("%s\n", title.c_str());
+    const std::string directory = title.empty() || title.back() == '/' ? title : title + "/";
     std::vector<const treeCategory*> shown;
     for (const treeCategory& c : tree)
         if (all || !c.items.empty()) shown.push_back(&c);
@@ -260,7 +346,7 @@ static void printTreeText(const std::string& title, const std::vector<treeCatego
             printf("%s%s %-*s  %s%s%s\n", prefix.c_str(), lastItem ? "`--" : "|--", static_cast<int>(width),
                    item.name.c_str(), item.typeName.c_str(), item.exists ? "" : "  MISSING",
                    item.note.empty() ? "" : ("  (" + item.note + ")").c_str());
-            printChildren(item, prefix + (lastItem ? "    " : "|   "));
+            printChildren(item, prefix + (lastItem ? "    " : "|   "), directory);
         }
     }
     if (hidden)
@@ -281,7 +367,26 @@ static size_t countHidden(workspace& ws, const std::vector<treeCategory>& tree) 
 
 static void writeNodeJson(JsonWriter& j, const treeNode& node) {
     j.beginObject();
-    if (node.folder) {
+    if (node.entry) {
+        j.field("name", node.name);
+        if (node.path.empty())
+            j.field("library", static_cast<const char*>(nullptr));
+        else
+            j.field("library", node.path);
+        j.field("locality", node.locality);
+        if (node.note.empty())
+            j.field("parent", static_cast<const char*>(nullptr));
+        else
+            j.field("parent", node.note);
+    } else if (node.problem) {
+        j.field("action", node.typeName);
+        j.field("severity", node.type);
+        j.field("message", node.name);
+    } else if (!node.usedKind.empty()) {
+        j.field("used", node.usedKind);
+        j.field("count", static_cast<uint64_t>(node.count));
+        if (node.cut) j.field("truncated", true);
+    } else if (node.folder) {
         j.field("folder", node.name);
         j.field("value", node.folderValue);
         j.field("count", static_cast<uint64_t>(node.count));
@@ -374,7 +479,13 @@ KV_COMMAND({"tree", "tree [DIR] [--depth N] [--ini FILE] [--all] [--json]", "a w
             "(in a directory of the LIBPATH of the INI file given with --ini);\n"
             "MISSING marks a file that is not on disk. A file met again is not opened\n"
             "a second time (shown above), and a file that depends on itself through\n"
-            "others is marked as a cycle.",
+            "others is marked as a cycle.\n"
+            "\n"
+            "Beneath a design file that uses library entries (a schematic's parts)\n"
+            "come Symbols used, Packages used and Models used, each entry with the\n"
+            "library it was found in, that library's locality, and the entry it is\n"
+            "drawn on (\"on PARENT\"); and Problems, what the file's scan reported,\n"
+            "such as a symbol that no library holds (also on standard error).",
             {{"depth", "N", "show at most N levels beneath each listed file (0: the files alone)"},
              {"ini", "FILE", "the INI file of the installation (LIBPATH: the system library directories)"},
              {"all", nullptr, "show the empty categories too"},

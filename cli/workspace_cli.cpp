@@ -1,8 +1,13 @@
 // Helpers of the workspace commands: opening, texts, paths, times.
 #include "workspace_cli.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+
+#include "libraries/libraryitem.h"
+#include "libraries/libraryusage.h"
+#include "workspace/context.h"
 
 std::unique_ptr<workspace> openWorkspaceForCommand(const std::string& hostDirectory) {
     const std::string host = hostDirectory.empty() ? "." : hostDirectory;
@@ -49,4 +54,71 @@ int parseCategoryName(const std::string& text) {
     if (c.isValid()) return c.value();
     c.setByMessageString(text.c_str());
     return c.isValid() ? c.value() : -1;
+}
+
+std::string localityOfPath(const char* enginePath, workspace& ws) {
+    const pathstring path(enginePath);
+    const pathstring directory = path.getPath();
+    pathstring root(std::string(ws.getDirectory()));
+    root.forceEndInSlash();
+    // In the order in which an item's locality is decided.
+    if (directory.compareEqualQuickly(root)) return "local";
+    if (isSystemLibraryPath(directory.c_str())) return "system";
+    if (directory.isInDirectory(root)) return "subdir";
+    return "external";
+}
+
+// A name for the model of size bytes at offset in the library at
+// enginePath: its first line when that is a directive (".MODEL Q1 NPN",
+// ".SUBCKT AMP ..."), cut to 72 characters; else "at offset N (M bytes)".
+static std::string modelName(const char* enginePath, long offset, long size) {
+    std::string text = "at offset " + std::to_string(offset) + " (" + std::to_string(size) + " bytes)";
+    FILE* file = fopen(ToHostPath(enginePath).c_str(), "rb");
+    if (!file) return text;
+    char line[1024];
+    if (offset >= 0 && fseek(file, offset, SEEK_SET) == 0 && fgets(line, sizeof line, file) && line[0] == '.') {
+        std::string first(line);
+        text = first.substr(0, std::min(first.find_first_of("\r\n"), static_cast<size_t>(72)));
+    }
+    fclose(file);
+    return text;
+}
+
+std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
+    std::vector<usedEntry> entries;
+    const std::pair<const char*, const std::list<libraryUsage*>*> lists[] = {
+        {"symbol", &item.getUsedSymbols()}, {"package", &item.getUsedPackages()}, {"model", &item.getUsedModels()}};
+    for (const auto& list : lists) {
+        for (const libraryUsage* usage : *list.second) {
+            usedEntry entry;
+            entry.kind = list.first;
+            entry.name = usage->name;
+            if (usage->library) {
+                entry.library = hostPathOf(usage->library->getFullPath());
+                entry.locality = localityOfPath(usage->library->getFullPath(), ws);
+            }
+            if (usage->entry && usage->entry->parent) entry.parent = usage->entry->parent;
+            // A model has no name of its own in the index: its first line
+            // tells a person which one it is.
+            if (entry.kind == std::string("model") && usage->library && usage->entry)
+                entry.name = modelName(usage->library->getFullPath(),
+                                       usage->library->getBaseOffset() + usage->entry->offset, usage->entry->size);
+            entries.push_back(entry);
+        }
+    }
+    return entries;
+}
+
+void problemCollector::notify(callBackRecord& record) {
+    KVE_severityLevel level;
+    record.action.getSeverityLevel(level);
+    if (level.value() < KVE_severityLevel::Warning || level.value() == KVE_severityLevel::invalid) return;
+    const std::string message = record.message ? record.message : "";
+    if (!seen.insert(message).second) return;
+    scanProblem problem;
+    problem.action = record.action.getFileString();
+    problem.severity = level.value() == KVE_severityLevel::Warning ? "warning" : "error";
+    problem.detail = record.detail ? record.detail : "";
+    problem.message = message;
+    problems.push_back(problem);
 }

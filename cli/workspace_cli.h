@@ -3,8 +3,12 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
+#include "vocabulary/callback.h"
+#include "workspace/fileitem.h"
 #include "workspace/workspace.h"
 
 // Opens hostDirectory (relative to the current directory; "." if empty)
@@ -25,3 +29,42 @@ std::string localTimeText(const FILETIME& time);
 // A category named by value, file string or message text, without regard
 // to case; -1 if none is.
 int parseCategoryName(const std::string& text);
+
+// The locality of a file at enginePath as a design in ws sees it, in the
+// words of kelvault deps: "local" (in the workspace directory), "system"
+// (in a directory of the library path), "subdir" (below the workspace),
+// "external" (elsewhere).
+std::string localityOfPath(const char* enginePath, workspace& ws);
+
+// One library entry that a design file uses: a symbol, a package or a
+// model, with the library it comes from.
+struct usedEntry {
+    std::string kind;     // "symbol", "package" or "model"
+    std::string name;     // as the design asked for it
+    std::string library;  // host path of the library; empty if unknown
+    std::string locality; // of the library, as localityOfPath gives it
+    std::string parent;   // the entry it is derived from; empty if none
+};
+
+// The symbols, packages and models that item's scan recorded, in that
+// order and in the order met. Call after a scan (getFileDependencies).
+std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws);
+
+// A problem that a scan told its client.
+struct scanProblem {
+    std::string action;   // file string of the action ("CannotFindSymbol")
+    std::string severity; // "warning", "error"
+    std::string detail;
+    std::string message;
+};
+
+// A client that keeps the warnings and errors a scan reports, each message
+// once; informational actions (a library being searched) are passed over.
+class problemCollector : public callBack {
+public:
+    void notify(callBackRecord& record) override;
+    std::vector<scanProblem> problems;
+
+private:
+    std::set<std::string> seen;
+};

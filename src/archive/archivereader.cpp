@@ -12,7 +12,7 @@
 //   1. Opening and the head
 //   2. Entry headers and target paths
 //   3. readArchive, readEntry, expandFile
-//   4. listArchive
+//   4. expandEntry (for files and in memory) and listArchive
 #include <cstring>
 #include <string>
 
@@ -153,21 +153,9 @@ int CompressedArchive::expandFile(const char* path, const ArchiveEntryHeader& he
     FILE* target = kvFopen(path, "wb+x");
     if (!target) return fail(archiveTargetOpenError, path);
 
-    ArchiveTransfer transfer;
-    transfer.input = stream;
-    transfer.output = target;
-    transfer.expanding = 1;
-    transfer.crc = 0xFFFFFFFFu;
-    transfer.count = header.packedSize;
-    transfer.owner = this;
-
-    int status = 0;
-    if (header.packedSize > 0) {
-        ExplodeWork work;
-        if (explode(transferRead, transferWrite, &work, &transfer) != 0 || transfer.count > 0)
-            status = fail(archiveExplodeError, path);
-    }
-    if (status == 0 && ~transfer.crc != header.crc) status = fail(archiveCrcError, path);
+    uint32_t crc;
+    int status = expandEntry(header, target, crc);
+    if (status != 0) status = fail(status, path);
     // A write that failed on the way leaves the file short: not restored.
     if (fclose(target) != 0 && status == 0) status = fail(archiveExplodeError, path);
     return status;
@@ -178,11 +166,13 @@ int CompressedArchive::expandFile(const char* path, const ArchiveEntryHeader& he
 // ---------------------------------------------------------------------------
 
 // Runs the packed data of the entry at the stream's position through the
-// decompressor into nothing; crc receives the CRC of the bytes it gave.
-int CompressedArchive::expandInMemory(const ArchiveEntryHeader& header, uint32_t& crc) {
+// decompressor into output (null: into nothing); crc receives the CRC of the
+// bytes it gave. Returns 0, archiveExplodeError or archiveCrcError, without
+// failing the archive; the stream is left behind the entry's data.
+int CompressedArchive::expandEntry(const ArchiveEntryHeader& header, FILE* output, uint32_t& crc) {
     ArchiveTransfer transfer;
     transfer.input = stream;
-    transfer.output = nullptr;
+    transfer.output = output;
     transfer.expanding = 1;
     transfer.crc = 0xFFFFFFFFu;
     transfer.count = header.packedSize;
@@ -216,7 +206,7 @@ int CompressedArchive::listArchive(const char* archivePath, ArchiveEntryVisitor&
         bool isFile = !(header.attributes & archiveDirectoryBit);
         if (expand && isFile) {
             uint32_t crc;
-            entryStatus = expandInMemory(header, crc);
+            entryStatus = expandEntry(header, nullptr, crc);
         } else if (header.packedSize > 0 && fseek(stream, static_cast<long>(header.packedSize), SEEK_CUR) != 0) {
             status = fail(archiveFHeaderReadError, archiveName);
             break;

@@ -214,7 +214,7 @@ private:
     int readEntryHeader(ArchiveEntryHeader& header, char* name);
     int readEntry(const char* targetDir);
     int expandFile(const char* path, const ArchiveEntryHeader& header, bool exists);
-    int expandInMemory(const ArchiveEntryHeader& header, uint32_t& crc);
+    int expandEntry(const ArchiveEntryHeader& header, FILE* output, uint32_t& crc);
     int checkTargetPath(const char* targetDir, const char* name, bool& exists);
 };
 

@@ -23,6 +23,7 @@
 #include <cctype>
 #include <cstring>
 #include <new>
+#include <vector>
 
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
@@ -80,6 +81,20 @@ void LibraryConfiguration::setIniFile(const char* iniFile_, iniKeyFunction getKe
     if (getKey) getKey();
 }
 
+// The values of LIB1, LIB2, ... of section in file, up to the first key
+// that is missing.
+static std::vector<std::string> numberedRows(const char* section, const std::string& file) {
+    std::vector<std::string> rows;
+    char key[32];
+    char line[LibraryConfiguration::iniValueSize];
+    for (int n = 1;; ++n) {
+        snprintf(key, sizeof key, "LIB%d", n);
+        GetPrivateProfileStringA(section, key, "*", line, sizeof line, file.c_str());
+        if (isMissing(line)) return rows;
+        rows.push_back(line);
+    }
+}
+
 bool LibraryConfiguration::load() {
     char value[searchPathSize];
     GetPrivateProfileStringA("TARNEL", "LIBPATH", "*", value, sizeof value, iniFile.c_str());
@@ -96,28 +111,15 @@ bool LibraryConfiguration::load() {
     addLibraryLine("MARKER [.SLB]");
 
     const std::string fixedFile = getDefaultIniFile();
-    char key[32];
-    char line[iniValueSize];
-    bool partRows = false;
-    for (int n = 1;; ++n) {
-        snprintf(key, sizeof key, "LIB%d", n);
-        GetPrivateProfileStringA("Part Libs", key, "*", line, sizeof line, fixedFile.c_str());
-        if (isMissing(line)) break;
-        partRows = true;
-        addLibraryLine(line);
-    }
+    const std::vector<std::string> partRows = numberedRows("Part Libs", fixedFile);
+    for (const std::string& row : partRows) addLibraryLine(row.c_str());
     loaded = true;
 
-    bool specialRows = false;
-    for (int n = 1;; ++n) {
-        snprintf(key, sizeof key, "LIB%d", n);
-        GetPrivateProfileStringA("Special Libs", key, "*", line, sizeof line, fixedFile.c_str());
-        if (isMissing(line)) break;
-        specialRows = true;
-        if (line[0]) addSpecialLibrary(line);
-    }
-    hasSpecialLibs = specialRows;
-    return partRows;
+    const std::vector<std::string> specialRows = numberedRows("Special Libs", fixedFile);
+    for (const std::string& row : specialRows)
+        if (!row.empty()) addSpecialLibrary(row.c_str());
+    hasSpecialLibs = !specialRows.empty();
+    return !partRows.empty();
 }
 
 void LibraryConfiguration::addLibraryLine(const char* line) {

@@ -242,6 +242,7 @@ static const typeHandlerRow typeHandlers[] = {
     {KVE_fileTypeEnum::NLF, &DesignFileItem::localLibLine, "*"},
     {KVE_fileTypeEnum::PCA, &DesignFileItem::netlistNameLine, "*"},
     {KVE_fileTypeEnum::PCV, &DesignFileItem::netlistNameLine, "*"},
+    {KVE_fileTypeEnum::SLB, &DesignFileItem::symbolLibraryLine, "aA@*"},
     {KVE_fileTypeEnum::SCH, &DesignFileItem::schematicLine, nullptr},
     {KVE_fileTypeEnum::SCV, &DesignFileItem::schematicLine, nullptr},
 };
@@ -255,18 +256,18 @@ struct stateRow {
     bool readsLine;
 };
 static const stateRow stateHandlers[ScanStateCount] = {
-    {nullptr, true},  // Line: handled by nextDependency itself
+    {nullptr, true},                                 // Line: handled by nextDependency itself
     {&DesignFileItem::schematicViewsLine, true},     // SchematicViews
     {&DesignFileItem::schematicLibrariesLine, true}, // SchematicLibraries
     {&DesignFileItem::pageIndexLine, true},          // PageIndex
-    {nullptr, true},  // SymbolIndex
-    {&DesignFileItem::partLine, false}, // PartLine
-    {nullptr, true},  // SymbolBody
-    {&DesignFileItem::portLine, false}, // PortLine
-    {nullptr, false}, // PackageLine
-    {nullptr, true},  // SymbolViews
-    {&DesignFileItem::schematicAnalysisLine, true}, // SchematicAnalysis
-    {nullptr, true},  // SymbolIndexFinish
+    {&DesignFileItem::symbolIndexLine, true},        // SymbolIndex
+    {&DesignFileItem::partLine, false},              // PartLine
+    {&DesignFileItem::readSymbolBody, true},         // SymbolBody
+    {&DesignFileItem::portLine, false},              // PortLine
+    {nullptr, false},                                // PackageLine
+    {&DesignFileItem::symbolViewsSection, true},     // SymbolViews
+    {&DesignFileItem::schematicAnalysisLine, true},  // SchematicAnalysis
+    {&DesignFileItem::symbolIndexFinish, true},      // SymbolIndexFinish
 };
 
 static const typeHandlerRow* rowOfType(int type) {
@@ -318,6 +319,7 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
                 readModelIndex(op);
                 context.circuitLineCount = 0;
             }
+            if (type == KVE_fileTypeEnum::SLB) dropUnpatchedSymbolRecords();
             pass.finished = true;
             break;
         }

@@ -21,7 +21,8 @@
 // dependencies.cpp (the lists, closures, marks and the fileItem questions
 // that rest on them), and one source per format: circuit.cpp,
 // netlist.cpp, synthesis.cpp, router.cpp, modelindex.cpp, schematic.cpp,
-// with resolution.cpp for the symbols and packages of a schematic.
+// with resolution.cpp for the symbols and packages of a schematic, and
+// symbollibrary.cpp.
 #pragma once
 
 #include <cstdio>
@@ -153,6 +154,10 @@ void copyScanLine(FILE* out, const char* line);
 // end). Without it, a line beginning "i " (any case) gives its first double
 // quote, which belongs to the value. The value runs to the end of the line.
 char* findFileNameValue(char* line);
+
+// Frees the index records of a symbol library whose pass ended before
+// its patch (symbollibrary.cpp), so that they never reach another file.
+void dropUnpatchedSymbolRecords();
 
 // Cuts text into words on blank and tab (runs count as one), double quotes
 // protecting blanks and removed from the words. Appends to words.

@@ -161,11 +161,8 @@ const KVE_callBackAction::infoStruct KVE_callBackAction::infoArray[] = {
 };
 const char KVE_callBackAction::fileKeyword[] = "callBackAction";
 
-int KVE_callBackAction::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
-int KVE_callBackAction::end() const { return invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_callBackAction)
 const KVE_callBackAction::infoStruct& KVE_callBackAction::row() const { return infoArray[validate(value_)]; }
-const char* KVE_callBackAction::getFileString() const { return row().fileString; }
-int KVE_callBackAction::getMessageID() const { return row().messageID; }
 int KVE_callBackAction::getFormatMessageID() const { return row().formatMessageID; }
 
 int KVE_callBackAction::getFormatMessage(char* buffer, int size) const {

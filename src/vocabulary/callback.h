@@ -182,19 +182,7 @@ public:
         unsigned validResponses;  // the sum of the KVE_callBackStatus values that make sense
         int sendToMessageViewer;  // 1: the client should also log the message
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_callBackAction() { value_ = invalid; }
-    KVE_callBackAction(int v) { value_ = validate(v); }
-    KVE_callBackAction(eType v) { value_ = validate(v); }
-    KVE_callBackAction(const KVE_callBackAction& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_callBackAction& operator=(const KVE_callBackAction& other) = default;
-    KVE_callBackAction& operator=(const int& v) { value_ = validate(v); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
+    KV_VOCABULARY_MEMBERS(KVE_callBackAction, invalid);
 
     int getFormatMessageID() const;
     // The full message, placeholders unexpanded, into buffer (LoadStringA);
@@ -212,9 +200,6 @@ public:
     // nextValidResponse while the status is not invalid.
     void nextValidResponse(KVE_callBackStatus& status) const;
     bool sendToMessageViewer() const;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
 
 private:
     const infoStruct& row() const;

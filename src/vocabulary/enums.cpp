@@ -108,12 +108,6 @@ void kelvaultDLLenum::setByMessageString(const char* text) {
 // 3. The small vocabularies
 // ---------------------------------------------------------------------------
 
-// The row of value v in a table of `rows` rows whose last row is invalid.
-template <typename Row>
-static const Row& rowOf(const Row* table, int rows, int v) {
-    return (v >= 0 && v < rows - 1) ? table[v] : table[rows - 1];
-}
-
 // --- KVE_Status ---
 
 const KVE_Status::infoStruct KVE_Status::infoArray[] = {
@@ -128,12 +122,8 @@ const KVE_Status::infoStruct KVE_Status::infoArray[] = {
     {8, 1, "invalid"},
 };
 const char KVE_Status::fileKeyword[] = "status";
-static const int statusRows = sizeof(KVE_Status::infoArray) / sizeof(KVE_Status::infoArray[0]);
 
-int KVE_Status::end() const { return invalid; }
-const char* KVE_Status::getFileString() const { return rowOf(infoArray, statusRows, value_).fileString; }
-int KVE_Status::getMessageID() const { return rowOf(infoArray, statusRows, value_).messageID; }
-int KVE_Status::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_Status)
 
 // --- KVE_Locality ---
 
@@ -145,12 +135,8 @@ const KVE_Locality::infoStruct KVE_Locality::infoArray[] = {
     {4, 1, "invalid"},
 };
 const char KVE_Locality::fileKeyword[] = "Locality";
-static const int localityRows = sizeof(KVE_Locality::infoArray) / sizeof(KVE_Locality::infoArray[0]);
 
-int KVE_Locality::end() const { return invalid; }
-const char* KVE_Locality::getFileString() const { return rowOf(infoArray, localityRows, value_).fileString; }
-int KVE_Locality::getMessageID() const { return rowOf(infoArray, localityRows, value_).messageID; }
-int KVE_Locality::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_Locality)
 
 // --- KVE_localizeEnum ---
 
@@ -162,12 +148,8 @@ const KVE_localizeEnum::infoStruct KVE_localizeEnum::infoArray[] = {
     {4, 1, "invalid"},
 };
 const char KVE_localizeEnum::fileKeyword[] = "localize";
-static const int localizeRows = sizeof(KVE_localizeEnum::infoArray) / sizeof(KVE_localizeEnum::infoArray[0]);
 
-int KVE_localizeEnum::end() const { return invalid; }
-const char* KVE_localizeEnum::getFileString() const { return rowOf(infoArray, localizeRows, value_).fileString; }
-int KVE_localizeEnum::getMessageID() const { return rowOf(infoArray, localizeRows, value_).messageID; }
-int KVE_localizeEnum::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_localizeEnum)
 
 // --- KVE_severityLevel ---
 
@@ -179,9 +161,5 @@ const KVE_severityLevel::infoStruct KVE_severityLevel::infoArray[] = {
     {4, 1, "invalid"},
 };
 const char KVE_severityLevel::fileKeyword[] = "severity";
-static const int severityRows = sizeof(KVE_severityLevel::infoArray) / sizeof(KVE_severityLevel::infoArray[0]);
 
-int KVE_severityLevel::end() const { return invalid; }
-const char* KVE_severityLevel::getFileString() const { return rowOf(infoArray, severityRows, value_).fileString; }
-int KVE_severityLevel::getMessageID() const { return rowOf(infoArray, severityRows, value_).messageID; }
-int KVE_severityLevel::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_severityLevel)

@@ -10,7 +10,9 @@
 // Contents:
 //   1. enumBaseClass: the value and the virtual walk over the members.
 //   2. kelvaultDLLenum: adds the message texts from the string table.
-//   3. The four small vocabularies: KVE_Status, KVE_Locality,
+//   3. KV_VOCABULARY_MEMBERS and KV_VOCABULARY_DEFINITIONS: the members
+//      that every vocabulary class with a plain table shares.
+//   4. The four small vocabularies: KVE_Status, KVE_Locality,
 //      KVE_localizeEnum, KVE_severityLevel.
 // File types and categories are in filetypes.h, the callback vocabulary in
 // callback.h.
@@ -99,7 +101,45 @@ public:
 };
 
 // ---------------------------------------------------------------------------
-// 3. The small vocabularies
+// 3. The shared members of a vocabulary class
+// ---------------------------------------------------------------------------
+
+// Declares, inside a public section of Class, what every vocabulary class
+// whose values are the rows of its table has alike (all but
+// KVE_callBackStatus): the table, infoArray, and the fileKeyword; the
+// constructors and assignments, which keep the value in range; the
+// overrides that read the table; and validate(v), which gives v if it is a
+// member and end() otherwise. A default-constructed object holds `initial`.
+// Class declares its eType (ending in `invalid`) and its infoStruct (with
+// messageID and fileString) before it.
+#define KV_VOCABULARY_MEMBERS(Class, initial)                                          \
+    static const infoStruct infoArray[invalid + 1];                                    \
+    static const char fileKeyword[];                                                   \
+    Class() { value_ = initial; }                                                      \
+    Class(int v) { value_ = validate(v); }                                             \
+    Class(eType v) { value_ = validate(v); }                                           \
+    Class(const Class& other) : kelvaultDLLenum() { value_ = validate(other.value_); } \
+    Class& operator=(const Class& other) = default;                                    \
+    Class& operator=(const int& v) {                                                   \
+        value_ = validate(v);                                                          \
+        return *this;                                                                  \
+    }                                                                                  \
+    int end() const override;                                                          \
+    const char* getFileString() const override;                                        \
+    int getMessageID() const override;                                                 \
+    using kelvaultDLLenum::validate;                                                   \
+    static int validate(int v)
+
+// Defines, in the class's source, the members of KV_VOCABULARY_MEMBERS
+// that read the table: a value outside it reads the invalid row.
+#define KV_VOCABULARY_DEFINITIONS(Class)                                                     \
+    int Class::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }              \
+    int Class::end() const { return invalid; }                                               \
+    const char* Class::getFileString() const { return infoArray[validate(value_)].fileString; } \
+    int Class::getMessageID() const { return infoArray[validate(value_)].messageID; }
+
+// ---------------------------------------------------------------------------
+// 4. The small vocabularies
 // ---------------------------------------------------------------------------
 
 // The result of opening a workspace. Default: NoError.
@@ -121,23 +161,7 @@ public:
         int messageID;
         const char* fileString;
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_Status() { value_ = NoError; }
-    KVE_Status(int v) { value_ = validate(v); }
-    KVE_Status(eType v) { value_ = validate(v); }
-    KVE_Status(const KVE_Status& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_Status& operator=(const KVE_Status& other) = default;
-    KVE_Status& operator=(const int& v) { value_ = validate(v); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
-
-    using kelvaultDLLenum::validate;
-    // v if it is a member, else end().
-    static int validate(int v);
+    KV_VOCABULARY_MEMBERS(KVE_Status, NoError);
 };
 
 // Where a file lies from the workspace's point of view. The order of the
@@ -150,25 +174,10 @@ public:
         int messageID;
         const char* fileString;
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_Locality() { value_ = invalid; }
-    KVE_Locality(int v) { value_ = validate(v); }
-    KVE_Locality(eType v) { value_ = validate(v); }
-    KVE_Locality(const KVE_Locality& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_Locality& operator=(const KVE_Locality& other) = default;
-    KVE_Locality& operator=(const int& v) { value_ = validate(v); return *this; }
+    KV_VOCABULARY_MEMBERS(KVE_Locality, invalid);
 
     bool operator<(const KVE_Locality& other) const { return value_ < other.value_; }
     bool operator>(const KVE_Locality& other) const { return value_ > other.value_; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
 };
 
 // How far an operation follows dependencies. Default: invalid.
@@ -180,22 +189,7 @@ public:
         int messageID;
         const char* fileString;
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_localizeEnum() { value_ = invalid; }
-    KVE_localizeEnum(int v) { value_ = validate(v); }
-    KVE_localizeEnum(eType v) { value_ = validate(v); }
-    KVE_localizeEnum(const KVE_localizeEnum& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_localizeEnum& operator=(const KVE_localizeEnum& other) = default;
-    KVE_localizeEnum& operator=(const int& v) { value_ = validate(v); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
+    KV_VOCABULARY_MEMBERS(KVE_localizeEnum, invalid);
 };
 
 // The weight of a callback action. Default: invalid.
@@ -207,23 +201,8 @@ public:
         int messageID;
         const char* fileString;
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_severityLevel() { value_ = invalid; }
-    KVE_severityLevel(int v) { value_ = validate(v); }
-    KVE_severityLevel(eType v) { value_ = validate(v); }
-    KVE_severityLevel(const KVE_severityLevel& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_severityLevel& operator=(const KVE_severityLevel& other) = default;
-    KVE_severityLevel& operator=(const int& v) { value_ = validate(v); return *this; }
+    KV_VOCABULARY_MEMBERS(KVE_severityLevel, invalid);
     // Takes the other object's value under this class's range check. Kept
     // in the interface beside the copy assignment.
     KVE_severityLevel& operator=(const KVE_localizeEnum& other) { value_ = validate(other.value()); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
 };

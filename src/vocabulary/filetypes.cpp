@@ -65,10 +65,7 @@ const KVE_fileCategoryEnum::infoStruct KVE_fileCategoryEnum::infoArray[] = {
 };
 const char KVE_fileCategoryEnum::fileKeyword[] = "fileCategory";
 
-int KVE_fileCategoryEnum::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
-int KVE_fileCategoryEnum::end() const { return invalid; }
-const char* KVE_fileCategoryEnum::getFileString() const { return infoArray[validate(value_)].fileString; }
-int KVE_fileCategoryEnum::getMessageID() const { return infoArray[validate(value_)].messageID; }
+KV_VOCABULARY_DEFINITIONS(KVE_fileCategoryEnum)
 
 bool KVE_fileCategoryEnum::topLevel() const {
     int v = validate(value_);
@@ -231,11 +228,8 @@ const KVE_fileTypeEnum::infoStruct KVE_fileTypeEnum::infoArray[] = {
 };
 const char KVE_fileTypeEnum::fileKeyword[] = "fileType";
 
-int KVE_fileTypeEnum::validate(int v) { return v >= 0 && v < invalid ? v : invalid; }
-int KVE_fileTypeEnum::end() const { return invalid; }
+KV_VOCABULARY_DEFINITIONS(KVE_fileTypeEnum)
 const KVE_fileTypeEnum::infoStruct& KVE_fileTypeEnum::row() const { return infoArray[validate(value_)]; }
-const char* KVE_fileTypeEnum::getFileString() const { return row().fileString; }
-int KVE_fileTypeEnum::getMessageID() const { return row().messageID; }
 
 KVE_fileCategoryEnum::eType KVE_fileTypeEnum::getCategory() const {
     return static_cast<KVE_fileCategoryEnum::eType>(KVE_fileCategoryEnum::validate(row().category));

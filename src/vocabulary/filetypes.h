@@ -85,19 +85,7 @@ public:
         int parent; // a category value; 38 (invalid) for a top-level category
         int iconID;
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_fileCategoryEnum() { value_ = invalid; }
-    KVE_fileCategoryEnum(int v) { value_ = validate(v); }
-    KVE_fileCategoryEnum(eType v) { value_ = validate(v); }
-    KVE_fileCategoryEnum(const KVE_fileCategoryEnum& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_fileCategoryEnum& operator=(const KVE_fileCategoryEnum& other) = default;
-    KVE_fileCategoryEnum& operator=(const int& v) { value_ = validate(v); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
+    KV_VOCABULARY_MEMBERS(KVE_fileCategoryEnum, invalid);
 
     // A valid row without a parent: a group at the top of the tree.
     bool topLevel() const;
@@ -106,9 +94,6 @@ public:
     void* getSmallIcon() const;
     void* getNormalIcon() const;
     void* getLargeIcon() const;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
 
 private:
     void* getIcon(int size) const;
@@ -151,19 +136,7 @@ public:
         int iconID;                 // 0: the icon of a user file
         const char* iniCommandKey;  // INI key of the tool that opens the file, or null
     };
-    static const infoStruct infoArray[invalid + 1];
-    static const char fileKeyword[];
-
-    KVE_fileTypeEnum() { value_ = invalid; }
-    KVE_fileTypeEnum(int v) { value_ = validate(v); }
-    KVE_fileTypeEnum(eType v) { value_ = validate(v); }
-    KVE_fileTypeEnum(const KVE_fileTypeEnum& other) : kelvaultDLLenum() { value_ = validate(other.value_); }
-    KVE_fileTypeEnum& operator=(const KVE_fileTypeEnum& other) = default;
-    KVE_fileTypeEnum& operator=(const int& v) { value_ = validate(v); return *this; }
-
-    int end() const override;
-    const char* getFileString() const override;
-    int getMessageID() const override;
+    KV_VOCABULARY_MEMBERS(KVE_fileTypeEnum, invalid);
 
     KVE_fileCategoryEnum::eType getCategory() const;
     bool canHaveDependencies() const;
@@ -177,9 +150,6 @@ public:
     // The INI key that names the command of the tool that opens such a
     // file; null where there is none. The engine only hands it on.
     const char* getIniFileCommandString() const;
-
-    using kelvaultDLLenum::validate;
-    static int validate(int v);
 
 private:
     const infoStruct& row() const;

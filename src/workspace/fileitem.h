@@ -300,6 +300,16 @@ public:
     int netlistNameLine(scanPass& pass);
     int synthesisSourceLine(scanPass& pass);
     int routerCommandLine(scanPass& pass);
+    // Symbol libraries (symbollibrary.cpp): the line handler, the index
+    // section, symbol blocks, view lines (topLevel: the section of state
+    // SymbolViews, else the one line behind a symbol's @VIEWS) and the
+    // patch of the index at the end of a rewrite.
+    int symbolLibraryLine(scanPass& pass);
+    int symbolIndexLine(scanPass& pass);
+    int readSymbolBody(scanPass& pass);
+    int readSymbolViewLine(scanPass& pass, bool topLevel);
+    int symbolViewsSection(scanPass& pass);
+    int symbolIndexFinish(scanPass& pass);
     // Schematics (schematic.cpp): the line handler of SCH and SCV, the
     // grammars of their sections, and the patch of the page index at the
     // end of a rewrite.

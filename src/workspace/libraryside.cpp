@@ -7,7 +7,6 @@
 //   2. Cached scan results: discardScanResults, and the same for every open
 //      workspace when the INI context changes.
 //   3. The sweep: sweepUnreachedItems.
-#include <cstring>
 #include <new>
 #include <vector>
 
@@ -47,29 +46,7 @@ fileItem* DesignWorkspace::addLibraryItem(const char* path_, const WIN32_FIND_DA
     path.getLFN(longName);
     pathstring longPath{longName};
 
-    WIN32_FIND_DATA record;
-    bool exists;
-    if (found) {
-        record = *found;
-        exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-    } else {
-        HANDLE one = FindFirstFileA(longPath.c_str(), &record);
-        if (one != INVALID_HANDLE_VALUE) {
-            FindClose(one);
-            exists = !(record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-        } else {
-            memset(&record, 0, sizeof record);
-            std::string name;
-            longPath.getBase(name);
-            strncpy(record.cFileName, name.c_str(), sizeof record.cFileName - 1);
-            exists = false;
-        }
-    }
-    std::string itemDirectory;
-    longPath.getPath(itemDirectory);
-    LibraryFileItem* created = new LibraryFileItem(record, itemDirectory.c_str(), this);
-    created->setExists(exists);
-    created->determineType();
+    fileItem* created = newItem(longPath, found, true);
     // Library items keep the order of first use; no second look for an equal.
     libraryItems.push_back(created);
     return created;
@@ -127,37 +104,15 @@ void discardScanResultsOfOpenWorkspaces() {
 // ---------------------------------------------------------------------------
 
 void DesignWorkspace::sweepUnreachedItems() {
-    // Sets (or, with set false, clears) bits on root and, through the
-    // dependencies, system dependencies and used libraries, on every item
-    // that does not yet carry (still carries) any of them. The mark word
-    // ends cycles. A lambda, so that it reaches the items' lists as this
-    // member does.
-    auto changeMarks = [](DesignFileItem* root, unsigned bits, bool set) {
-        std::vector<DesignFileItem*> pending{root};
-        root->setVisitMark(set ? root->getVisitMark() | bits : root->getVisitMark() & ~bits);
-        while (!pending.empty()) {
-            DesignFileItem* item = pending.back();
-            pending.pop_back();
-            for (const std::list<fileItem*>* related :
-                 {&item->fileDependencies, &item->systemDependencies, &item->usedLibraries}) {
-                for (fileItem* each : *related) {
-                    DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
-                    if (!next) continue;
-                    unsigned mark = next->getVisitMark();
-                    if (set ? (mark & bits) != 0 : (mark & bits) == 0) continue;
-                    next->setVisitMark(set ? mark | bits : mark & ~bits);
-                    pending.push_back(next);
-                }
-            }
-        }
-    };
-
+    // Every Local item marks what it reaches (setMarks, which follows the
+    // dependencies, system dependencies and used libraries); what stays
+    // unmarked goes.
     clearVisitMarks();
     std::vector<DesignFileItem*> roots;
     for (const std::list<fileItem*>* items : {&fileItems, &libraryItems})
         for (fileItem* each : *items)
             if (each->getLocality() == KVE_Locality::Local) roots.push_back(static_cast<DesignFileItem*>(each));
-    for (DesignFileItem* root : roots) changeMarks(root, 1, true);
+    for (DesignFileItem* root : roots) root->setMarks(1);
 
     std::vector<fileItem*> doomed;
     std::vector<fileItem*> unreached;
@@ -177,5 +132,5 @@ void DesignWorkspace::sweepUnreachedItems() {
     }
     for (fileItem* each : doomed) delete each;
 
-    for (DesignFileItem* root : roots) changeMarks(root, ~0u, false);
+    for (DesignFileItem* root : roots) root->clearMarks(~0u);
 }

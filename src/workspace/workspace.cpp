@@ -5,13 +5,14 @@
 //   1. The registry and OpenWorkspace.
 //   2. Construction and destruction.
 //   3. refresh.
-//   4. addFileItem and the long-name key of a path.
+//   4. addFileItem, newItem and the long-name key of a path.
 //   5. Look-ups.
 //   6. Listings and selection.
 // Listings by type and category are in categories.cpp.
 #include <cctype>
 #include <cstring>
 
+#include "libraries/libraryitem.h"
 #include "workspace/itemindex.h"
 #include "workspace/workspace.h"
 
@@ -212,24 +213,7 @@ void DesignWorkspace::addDirectoryEntry(const pathstring& base, const std::strin
     }
 }
 
-fileItem* DesignWorkspace::addFileItem(const char* path, const WIN32_FIND_DATA* found) {
-    return addItem(pathstring(path), found, false);
-}
-
-DesignFileItem* DesignWorkspace::lookUp(const pathstring& path) { return index->findByPath(longNameKey(path)); }
-
-fileItem* DesignWorkspace::addItem(const pathstring& path, const WIN32_FIND_DATA* found, bool longName) {
-    DesignFileItem* item = longName ? index->findByPath(foldCase(path)) : lookUp(path);
-    if (item) {
-        if (found) {
-            item->setFindData(*found);
-            item->setExists(true);
-        }
-        return item;
-    }
-
-    pathstring longPath(path);
-    if (!longName) path.getLFN(longPath);
+DesignFileItem* DesignWorkspace::newItem(const pathstring& longPath, const WIN32_FIND_DATA* found, bool library) {
     WIN32_FIND_DATA record;
     bool exists;
     if (found) {
@@ -248,12 +232,34 @@ fileItem* DesignWorkspace::addItem(const pathstring& path, const WIN32_FIND_DATA
             exists = false;
         }
     }
-
     std::string itemDirectory;
     longPath.getPath(itemDirectory);
-    DesignFileItem* created = new DesignFileItem(record, itemDirectory.c_str(), this);
+    DesignFileItem* created = library ? new LibraryFileItem(record, itemDirectory.c_str(), this)
+                                      : new DesignFileItem(record, itemDirectory.c_str(), this);
     created->setExists(exists);
     created->determineType();
+    return created;
+}
+
+fileItem* DesignWorkspace::addFileItem(const char* path, const WIN32_FIND_DATA* found) {
+    return addItem(pathstring(path), found, false);
+}
+
+DesignFileItem* DesignWorkspace::lookUp(const pathstring& path) { return index->findByPath(longNameKey(path)); }
+
+fileItem* DesignWorkspace::addItem(const pathstring& path, const WIN32_FIND_DATA* found, bool longName) {
+    DesignFileItem* item = longName ? index->findByPath(foldCase(path)) : lookUp(path);
+    if (item) {
+        if (found) {
+            item->setFindData(*found);
+            item->setExists(true);
+        }
+        return item;
+    }
+
+    pathstring longPath(path);
+    if (!longName) path.getLFN(longPath);
+    DesignFileItem* created = newItem(longPath, found, false);
     if (DesignFileItem* equal = index->insert(created)) {
         delete created;
         if (found) equal->setFindData(*found);

@@ -190,6 +190,11 @@ private:
     // foldedDirectory its key) whose name needs no tidying.
     void addDirectoryEntry(const pathstring& directory, const std::string& foldedDirectory,
                            const WIN32_FIND_DATA& entry);
+    // A new item (a LibraryFileItem when library) of longPath, tidied and in
+    // long-name form, typed, not yet in any list. found, when given, is its
+    // find record; without it the disk is looked at, and a missing file gets
+    // a blank record with its name and exists() false.
+    DesignFileItem* newItem(const pathstring& longPath, const WIN32_FIND_DATA* found, bool library);
     // The item whose full path equals path without regard to case.
     DesignFileItem* lookUp(const pathstring& path);
     // Whether a Local, existing file of a parent type with the stem of

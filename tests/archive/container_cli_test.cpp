@@ -3,24 +3,16 @@
 // Runs the kelvault of the build (skipped where it has not been built).
 #include "container_test.h"
 
-#include <cstdio>
-#include <sys/wait.h>
+#include "support/kelvault.h"
 
 struct CliRun {
     int status;
-    std::string out;  // standard output and standard error
+    std::string out; // standard output and standard error
 };
 
 static CliRun kelvault(const std::string& arguments) {
-    std::string command = std::string(KV_BINARY_DIR) + "/kelvault " + arguments + " 2>&1";
-    CliRun r{-1, ""};
-    FILE* p = popen(command.c_str(), "r");
-    if (!p) return r;
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, p)) > 0) r.out.append(buffer, n);
-    int raw = pclose(p);
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    CliRun r;
+    r.status = runKelvault(arguments, r.out, "", true);
     return r;
 }
 
@@ -68,9 +60,7 @@ TEST_F(MaCommand, ADesignTreeRoundTrips) {
 
 TEST_F(MaCommand, FailuresAreToldWithTheirMessageAndName) {
     TempDir dir;
-    RawEntry bad;
-    bad.name = "bad.cir";
-    bad.content = patternBytes(5000, 24, true);
+    RawEntry bad = fileEntry("bad.cir", patternBytes(5000, 24, true));
     bad.crc = 7;
     writeFile(dir.host("bad.ma"), archiveBytes({bad}));
 

@@ -86,106 +86,106 @@ TEST_F(ArchiveTest, ReadFailuresAndWhatStays) {
     EXPECT_TRUE(fs::is_empty(dir.host("out")));
 }
 
-// Runs writeArchive with the n-th host call of `kind` failing, for every n
-// until no call of that kind is left to fail. Each run either reports a
-// status, with the source intact, no temporary file left and a head that
-// counts nothing; or reports 0 with an archive that restores the tree
-// exactly.
-static std::set<int> sweepWrite(HostCall kind, int error) {
+// One fault sweep: the host call made to fail and its error, on the pack
+// side (writeArchive) or the restore side (readArchive), and the statuses
+// that the sweep must meet among its runs.
+struct Sweep {
+    HostCall call;
+    int error;
+    bool restore;
+    std::vector<int> mustSee;
+};
+
+static const Sweep kSweeps[] = {
+    // The archive is written through a buffer: a full disk shows where the
+    // buffer goes out, while packed data is appended (-11) or when the head
+    // is written back and the archive closed (-12).
+    {HostCall::Write, ENOSPC, false, {-12, -11}},
+    // The archive, a source file, the temporary file written, then read.
+    {HostCall::Open, EMFILE, false, {-18, -1, -2, -10}},
+    {HostCall::Read, EIO, false, {-3}},
+    {HostCall::Stat, EIO, false, {-19}},
+    {HostCall::Close, EIO, false, {}},
+    {HostCall::Lseek, EIO, false, {}},
+    {HostCall::Readdir, EIO, false, {}},
+    {HostCall::Write, ENOSPC, true, {}},
+    // The archive first, then a restored file.
+    {HostCall::Open, EMFILE, true, {-22, -4}},
+    // The archive's head is the first read.
+    {HostCall::Read, EIO, true, {-13}},
+    {HostCall::Close, EIO, true, {}},
+    {HostCall::Mkdir, ENOSPC, true, {}},
+    {HostCall::Stat, EIO, true, {}},
+};
+
+// Runs writeArchive or readArchive with the n-th call of the sweep's kind
+// failing, for every n until no call of that kind is left to fail. Each run
+// leaves the source tree and the archive read intact, and either reports a
+// status with its errorName, or reports 0 for a whole result: an archive
+// that restores the tree exactly, or the tree restored exactly. A failed
+// pack leaves no temporary file and a head that counts nothing; a failed
+// restore writes nothing outside its target.
+static void sweep(const Sweep& s) {
     TempDir dir;
     smallTree(dir.host("src"));
     fs::create_directories(dir.host("tmp"));
     auto source = treeOf(dir.host("src"));
-    std::set<int> statuses;
-    for (unsigned long n = 1; n < 2000; ++n) {
-        kvFaultsClear();
-        kvFaultAt(kind, n, error);
-        CompressedArchive a;
-        int status = packTree(dir.engine("src"), dir.engine("x.ma"), dir.engine("tmp").c_str(), &a);
-        bool hit = kvFaultsHit() > 0;
-        kvFaultsClear();
-        statuses.insert(status);
-        std::string what = std::string(kvHostCallName(kind)) + " #" + std::to_string(n);
-        EXPECT_EQ(source, treeOf(dir.host("src"))) << what << ": the source is intact";
-        // Only a failed deletion leaves the temporary file, which is ignored
-        // as a failure (and the next archive call of the process replaces).
-        for (const auto& e : fs::directory_iterator(dir.host("tmp")))
-            EXPECT_EQ("qelvarch" + std::to_string(getpid()) + ".tmp", e.path().filename().string()) << what;
-        fs::remove_all(dir.host("tmp"));
-        fs::create_directories(dir.host("tmp"));
-        if (status != 0) {
-            EXPECT_GE(status, -22) << what;
-            EXPECT_NE(nullptr, a.errorName) << what;
-            // The head counts entries only once everything before it is on
-            // the disk; only the close after that can still fail.
-            long count = headCount(dir.host("x.ma"));
-            EXPECT_TRUE(count == 0 || count == -1 || (kind == HostCall::Close && status == -12))
-                << what << ": a failed archive counts no entries";
-        } else {
-            fs::remove_all(dir.host("out"));
-            fs::create_directories(dir.host("out"));
-            EXPECT_EQ(0, unpackTo(dir.engine("x.ma"), dir.engine("out"))) << what;
-            EXPECT_EQ(source, treeOf(dir.host("out"))) << what << ": 0 means a whole archive";
-        }
-        if (!hit) break;
+    std::string archive;
+    if (s.restore) {
+        ASSERT_EQ(0, packTree(dir.engine("src"), dir.engine("x.ma")));
+        archive = readFile(dir.host("x.ma"));
     }
-    return statuses;
-}
-
-TEST_F(ArchiveTest, EveryFailedWriteIsReported) {
-    std::set<int> s = sweepWrite(HostCall::Write, ENOSPC);
-    EXPECT_TRUE(s.count(-12) || s.count(-14) || s.count(-11)) << "a full disk shows as a failed archive write";
-    EXPECT_FALSE(s.count(0) && s.size() == 1) << "the sweep made something fail";
-}
-
-TEST_F(ArchiveTest, EveryFailedOpenReadOrStatIsReported) {
-    std::set<int> open = sweepWrite(HostCall::Open, EMFILE);
-    for (int expected : {-18, -1, -2, -10}) EXPECT_TRUE(open.count(expected)) << "open: " << expected;
-    std::set<int> read = sweepWrite(HostCall::Read, EIO);
-    EXPECT_TRUE(read.count(-3)) << "a failed read of a source";
-    std::set<int> stat = sweepWrite(HostCall::Stat, EIO);
-    EXPECT_TRUE(stat.count(-19)) << "stat of the source";
-    sweepWrite(HostCall::Close, EIO);
-    sweepWrite(HostCall::Lseek, EIO);
-    sweepWrite(HostCall::Readdir, EIO);
-}
-
-// Runs readArchive with the n-th call of `kind` failing. Each run either
-// reports a status, with nothing outside the target; or reports 0 with the
-// tree restored exactly.
-static void sweepRead(HostCall kind, int error) {
-    TempDir dir;
-    smallTree(dir.host("src"));
-    ASSERT_EQ(0, packTree(dir.engine("src"), dir.engine("x.ma")));
-    std::string archive = readFile(dir.host("x.ma"));
-    auto source = treeOf(dir.host("src"));
+    std::set<int> statuses;
     for (unsigned long n = 1; n < 2000; ++n) {
         fs::remove_all(dir.host("out"));
         fs::create_directories(dir.host("out/target"));
         kvFaultsClear();
-        kvFaultAt(kind, n, error);
+        kvFaultAt(s.call, n, s.error);
         CompressedArchive a;
-        int status = unpackTo(dir.engine("x.ma"), dir.engine("out/target"), &a);
+        int status = s.restore ? unpackTo(dir.engine("x.ma"), dir.engine("out/target"), &a)
+                               : packTree(dir.engine("src"), dir.engine("x.ma"), dir.engine("tmp").c_str(), &a);
         bool hit = kvFaultsHit() > 0;
         kvFaultsClear();
-        std::string what = std::string(kvHostCallName(kind)) + " #" + std::to_string(n);
-        EXPECT_EQ(archive, readFile(dir.host("x.ma"))) << what << ": the archive is intact";
-        EXPECT_EQ(1u, treeOf(dir.host("out")).count("target")) << what;
-        for (const auto& e : treeOf(dir.host("out")))
-            EXPECT_EQ(0u, e.first.rfind("target", 0)) << what << ": " << e.first << " outside the target";
-        if (status == 0)
-            EXPECT_EQ(source, treeOf(dir.host("out/target"))) << what << ": 0 means a whole restore";
-        else
+        statuses.insert(status);
+        std::string what = std::string(s.restore ? "restore, " : "pack, ") + kvHostCallName(s.call) + " #" +
+                           std::to_string(n);
+        EXPECT_EQ(source, treeOf(dir.host("src"))) << what << ": the source is intact";
+        if (status != 0) {
+            EXPECT_GE(status, -22) << what;
             EXPECT_NE(nullptr, a.errorName) << what;
+        }
+        if (s.restore) {
+            EXPECT_EQ(archive, readFile(dir.host("x.ma"))) << what << ": the archive is intact";
+            for (const auto& e : treeOf(dir.host("out")))
+                EXPECT_EQ(0u, e.first.rfind("target", 0)) << what << ": " << e.first << " outside the target";
+        } else {
+            // Only a failed deletion leaves the temporary file, which is
+            // ignored as a failure (and the next archive call replaces it).
+            for (const auto& e : fs::directory_iterator(dir.host("tmp")))
+                EXPECT_EQ("qelvarch" + std::to_string(getpid()) + ".tmp", e.path().filename().string()) << what;
+            fs::remove_all(dir.host("tmp"));
+            fs::create_directories(dir.host("tmp"));
+            // The head counts entries only once everything before it is on
+            // the disk; only the close after that can still fail.
+            long count = headCount(dir.host("x.ma"));
+            if (status != 0) {
+                EXPECT_TRUE(count == 0 || count == -1 || (s.call == HostCall::Close && status == -12))
+                    << what << ": a failed archive counts no entries";
+            } else {
+                EXPECT_EQ(0, unpackTo(dir.engine("x.ma"), dir.engine("out/target"))) << what;
+            }
+        }
+        if (status == 0) {
+            EXPECT_EQ(source, treeOf(dir.host("out/target"))) << what << ": 0 means a whole result";
+        }
         if (!hit) break;
     }
+    EXPECT_GT(statuses.size(), 1u) << kvHostCallName(s.call) << ": the sweep made something fail";
+    for (int expected : s.mustSee)
+        EXPECT_TRUE(statuses.count(expected)) << (s.restore ? "restore, " : "pack, ") << kvHostCallName(s.call)
+                                              << ": no run reported " << expected;
 }
 
-TEST_F(ArchiveTest, EveryFailedRestoreCallIsReported) {
-    sweepRead(HostCall::Write, ENOSPC);
-    sweepRead(HostCall::Read, EIO);
-    sweepRead(HostCall::Open, EMFILE);
-    sweepRead(HostCall::Close, EIO);
-    sweepRead(HostCall::Mkdir, ENOSPC);
-    sweepRead(HostCall::Stat, EIO);
+TEST_F(ArchiveTest, EveryFailedHostCallIsReported) {
+    for (const Sweep& s : kSweeps) sweep(s);
 }

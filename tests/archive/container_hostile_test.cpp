@@ -32,13 +32,6 @@ struct Fenced {
     }
 };
 
-static RawEntry file(const std::string& name, const std::string& content) {
-    RawEntry e;
-    e.name = name;
-    e.content = content;
-    return e;
-}
-
 TEST_F(ArchiveTest, NamesLeadingOutAreRefusedAndNothingAfterIsWritten) {
     Fenced f;
     std::string absHost = f.outer + "/abs.txt";
@@ -46,30 +39,30 @@ TEST_F(ArchiveTest, NamesLeadingOutAreRefusedAndNothingAfterIsWritten) {
     std::string absForward = absEngine;
     for (char& c : absForward)
         if (c == '\\') c = '/';
-    RawEntry tooLong = file(std::string(300, 'n'), "x");
-    RawEntry zeroLength = file("zero.txt", "x");
+    RawEntry tooLong = fileEntry(std::string(300, 'n'), "x");
+    RawEntry zeroLength = fileEntry("zero.txt", "x");
     zeroLength.nameLength = 0;
-    RawEntry over = file(std::string(260, 'n'), "x");  // 261 bytes with the NUL
-    RawEntry huge = file("huge.txt", "x");
+    RawEntry over = fileEntry(std::string(260, 'n'), "x");  // 261 bytes with the NUL
+    RawEntry huge = fileEntry("huge.txt", "x");
     huge.nameLength = 0xFFFF;
-    RawEntry empty = file("", "x");
+    RawEntry empty = fileEntry("", "x");
     struct Case {
         const char* what;
         RawEntry entry;
         const char* errorName;  // null: the archive
     };
     std::vector<Case> cases = {
-        {"parent", file("../sentinel.txt", "evil"), "../sentinel.txt"},
-        {"two up", file("../../x.txt", "evil"), "../../x.txt"},
-        {"up inside", file("a/../../sentinel.txt", "evil"), "a/../../sentinel.txt"},
-        {"backslash parent", file("..\\sentinel.txt", "evil"), "..\\sentinel.txt"},
-        {"dots and blank", file(".. /sentinel.txt", "evil"), ".. /sentinel.txt"},
-        {"absolute host", file(absHost, "evil"), absHost.c_str()},
-        {"absolute backslash", file("\\abs.txt", "evil"), "\\abs.txt"},
-        {"engine path", file(absEngine, "evil"), absEngine.c_str()},
-        {"engine path, slashes", file(absForward, "evil"), absForward.c_str()},
-        {"drive relative", file("Z:abs.txt", "evil"), "Z:abs.txt"},
-        {"UNC", file("\\\\host\\share\\x", "evil"), "\\\\host\\share\\x"},
+        {"parent", fileEntry("../sentinel.txt", "evil"), "../sentinel.txt"},
+        {"two up", fileEntry("../../x.txt", "evil"), "../../x.txt"},
+        {"up inside", fileEntry("a/../../sentinel.txt", "evil"), "a/../../sentinel.txt"},
+        {"backslash parent", fileEntry("..\\sentinel.txt", "evil"), "..\\sentinel.txt"},
+        {"dots and blank", fileEntry(".. /sentinel.txt", "evil"), ".. /sentinel.txt"},
+        {"absolute host", fileEntry(absHost, "evil"), absHost.c_str()},
+        {"absolute backslash", fileEntry("\\abs.txt", "evil"), "\\abs.txt"},
+        {"engine path", fileEntry(absEngine, "evil"), absEngine.c_str()},
+        {"engine path, slashes", fileEntry(absForward, "evil"), absForward.c_str()},
+        {"drive relative", fileEntry("Z:abs.txt", "evil"), "Z:abs.txt"},
+        {"UNC", fileEntry("\\\\host\\share\\x", "evil"), "\\\\host\\share\\x"},
         {"empty name", empty, ""},
         {"nameLength 0", zeroLength, ""},
         {"name of 300", tooLong, nullptr},
@@ -78,10 +71,8 @@ TEST_F(ArchiveTest, NamesLeadingOutAreRefusedAndNothingAfterIsWritten) {
     };
     for (const Case& c : cases) {
         f.clear();
-        RawEntry dirEntry;
-        dirEntry.name = "a";
-        dirEntry.attributes = 0x10;
-        writeFile(f.dir.host("h.ma"), archiveBytes({file("first.txt", "1"), dirEntry, c.entry, file("after.txt", "2")}));
+        writeFile(f.dir.host("h.ma"), archiveBytes({fileEntry("first.txt", "1"), directoryEntry("a"), c.entry,
+                                                    fileEntry("after.txt", "2")}));
         CompressedArchive a;
         EXPECT_EQ(-15, unpackTo(f.dir.engine("h.ma"), f.engineTarget(), &a)) << c.what;
         std::string expectedName = c.errorName ? c.errorName : f.dir.engine("h.ma");
@@ -101,21 +92,18 @@ TEST_F(ArchiveTest, NothingIsWrittenThroughALink) {
     fs::create_directory_symlink(f.outer + "/elsewhere", f.target + "/linkdir");
     fs::create_symlink(f.outer + "/victim.txt", f.target + "/file.txt");
     fs::create_symlink(f.outer + "/nowhere", f.target + "/dangling");
-    RawEntry asDir;
-    asDir.name = "linkdir";
-    asDir.attributes = 0x10;
     struct Case {
         const char* what;
         RawEntry entry;
         int status;
     };
     std::vector<Case> cases = {
-        {"through a directory link", file("linkdir/keep.txt", "evil"), -15},
-        {"through a directory link, other case", file("LINKDIR/new.txt", "evil"), -15},
-        {"a directory entry on a link", asDir, -15},
-        {"through a dangling link", file("dangling/x.txt", "evil"), -15},
-        {"onto a dangling link", file("dangling", "evil"), -15},
-        {"onto a link to a file", file("file.txt", "restored"), 0},
+        {"through a directory link", fileEntry("linkdir/keep.txt", "evil"), -15},
+        {"through a directory link, other case", fileEntry("LINKDIR/new.txt", "evil"), -15},
+        {"a directory entry on a link", directoryEntry("linkdir"), -15},
+        {"through a dangling link", fileEntry("dangling/x.txt", "evil"), -15},
+        {"onto a dangling link", fileEntry("dangling", "evil"), -15},
+        {"onto a link to a file", fileEntry("file.txt", "restored"), 0},
     };
     for (const Case& c : cases) {
         writeFile(f.dir.host("k.ma"), archiveBytes({c.entry}));
@@ -132,11 +120,8 @@ TEST_F(ArchiveTest, NothingIsWrittenThroughALink) {
 
 TEST_F(ArchiveTest, TruncationAtEveryByteEndsWithAStatus) {
     Fenced f;
-    RawEntry d;
-    d.name = "d";
-    d.attributes = 0x10;
     std::string content = patternBytes(9000, 7, true);
-    std::string whole = archiveBytes({d, file("d/f.txt", content)});
+    std::string whole = archiveBytes({directoryEntry("d"), fileEntry("d/f.txt", content)});
     size_t second = 44 + 32 + 2;  // the file's header
     size_t data = second + 32 + 8;
     for (size_t cut = 44; cut < whole.size(); ++cut) {
@@ -160,10 +145,10 @@ TEST_F(ArchiveTest, TruncationAtEveryByteEndsWithAStatus) {
 TEST_F(ArchiveTest, DamagedDataAndCrcMismatch) {
     Fenced f;
     std::string content = patternBytes(30000, 8, true);
-    RawEntry wrongCrc = file("crc.txt", content);
+    RawEntry wrongCrc = fileEntry("crc.txt", content);
     wrongCrc.crc = crcOf(content) ^ 1;
     CompressedArchive a;
-    writeFile(f.dir.host("c.ma"), archiveBytes({wrongCrc, file("after.txt", "after")}));
+    writeFile(f.dir.host("c.ma"), archiveBytes({wrongCrc, fileEntry("after.txt", "after")}));
     EXPECT_EQ(-6, unpackTo(f.dir.engine("c.ma"), f.engineTarget(), &a));
     EXPECT_EQ(f.engineTarget() + "/crc.txt", a.errorName);
     EXPECT_EQ(content, readFile(f.target + "/crc.txt")) << "the whole file stays in place";
@@ -171,7 +156,7 @@ TEST_F(ArchiveTest, DamagedDataAndCrcMismatch) {
 
     // Damage every 97th byte of the packed data in turn: a status, or the
     // right bytes; never a crash, never anything outside.
-    std::string good = archiveBytes({file("x.txt", content), file("y.txt", "y")});
+    std::string good = archiveBytes({fileEntry("x.txt", content), fileEntry("y.txt", "y")});
     size_t dataStart = 44 + 32 + 6;
     size_t dataEnd = dataStart + le32(good, 44 + 20);
     for (size_t at = dataStart; at < dataEnd; at += 97) {
@@ -188,10 +173,10 @@ TEST_F(ArchiveTest, DamagedDataAndCrcMismatch) {
     // A packedSize that reaches into the next entry, or beyond the file.
     for (int64_t delta : {-3, 40, 100000}) {
         f.clear();
-        RawEntry e = file("x.txt", content);
+        RawEntry e = fileEntry("x.txt", content);
         e.data = packed(content);
         e.packedSize = static_cast<int64_t>(e.data.size()) + delta;
-        writeFile(f.dir.host("p.ma"), archiveBytes({e, file("y.txt", "y")}));
+        writeFile(f.dir.host("p.ma"), archiveBytes({e, fileEntry("y.txt", "y")}));
         int status = unpackTo(f.dir.engine("p.ma"), f.engineTarget());
         EXPECT_TRUE(status == -5 || status == -15) << "packedSize off by " << delta << " gave " << status;
     }
@@ -201,7 +186,7 @@ TEST_F(ArchiveTest, CountsLargerThanTheFile) {
     Fenced f;
     for (uint32_t count : {3u, 1000u, 0xFFFFFFFFu}) {
         f.clear();
-        writeFile(f.dir.host("n.ma"), archiveBytes({file("a.txt", "a"), file("b.txt", "b")}, count));
+        writeFile(f.dir.host("n.ma"), archiveBytes({fileEntry("a.txt", "a"), fileEntry("b.txt", "b")}, count));
         CompressedArchive a;
         EXPECT_EQ(-15, unpackTo(f.dir.engine("n.ma"), f.engineTarget(), &a)) << count;
         EXPECT_EQ(f.dir.engine("n.ma"), a.errorName);
@@ -210,30 +195,28 @@ TEST_F(ArchiveTest, CountsLargerThanTheFile) {
     }
     // Fewer than there are: the rest is not looked at.
     f.clear();
-    writeFile(f.dir.host("n.ma"), archiveBytes({file("a.txt", "a"), file("b.txt", "b")}, 1) + "garbage");
+    writeFile(f.dir.host("n.ma"), archiveBytes({fileEntry("a.txt", "a"), fileEntry("b.txt", "b")}, 1) + "garbage");
     EXPECT_EQ(0, unpackTo(f.dir.engine("n.ma"), f.engineTarget()));
     EXPECT_EQ(1u, treeOf(f.target).size());
 }
 
-TEST_F(ArchiveTest, AnEntryBeforeItsParentDirectory) {
+// Directories are made one level at a time, each by its own entry.
+TEST_F(ArchiveTest, NoParentDirectoryIsMade) {
+    const struct {
+        std::vector<RawEntry> entries;
+        int status;
+        const char* errorName; // below the target
+    } cases[] = {
+        {{fileEntry("sub/a.txt", "a"), directoryEntry("sub")}, -4, "/sub/a.txt"}, // the entry before its parent
+        {{directoryEntry("missing/sub")}, -16, "/missing/sub"},
+    };
     Fenced f;
-    RawEntry d;
-    d.name = "sub";
-    d.attributes = 0x10;
-    writeFile(f.dir.host("o.ma"), archiveBytes({file("sub/a.txt", "a"), d}));
-    CompressedArchive a;
-    EXPECT_EQ(-4, unpackTo(f.dir.engine("o.ma"), f.engineTarget(), &a)) << "no parent is made";
-    EXPECT_EQ(f.engineTarget() + "/sub/a.txt", a.errorName);
-    EXPECT_TRUE(treeOf(f.target).empty());
-}
-
-TEST_F(ArchiveTest, ADirectoryThatCannotBeMade) {
-    Fenced f;
-    RawEntry d;
-    d.name = "missing/sub";
-    d.attributes = 0x10;
-    writeFile(f.dir.host("m.ma"), archiveBytes({d}));
-    CompressedArchive a;
-    EXPECT_EQ(-16, unpackTo(f.dir.engine("m.ma"), f.engineTarget(), &a));
-    EXPECT_EQ(f.engineTarget() + "/missing/sub", a.errorName);
+    for (const auto& c : cases) {
+        f.clear();
+        writeFile(f.dir.host("o.ma"), archiveBytes(c.entries));
+        CompressedArchive a;
+        EXPECT_EQ(c.status, unpackTo(f.dir.engine("o.ma"), f.engineTarget(), &a)) << c.errorName;
+        EXPECT_EQ(f.engineTarget() + c.errorName, a.errorName);
+        EXPECT_TRUE(treeOf(f.target).empty()) << c.errorName;
+    }
 }

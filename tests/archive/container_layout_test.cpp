@@ -115,9 +115,7 @@ TEST_F(ArchiveTest, TheSourceAsTheArchiveIsRefused) {
 TEST_F(ArchiveTest, BothIdsReadAndNothingElse) {
     TempDir dir;
     fs::create_directories(dir.host("out"));
-    RawEntry file;
-    file.name = "n.cir";
-    file.content = "R1 1 2 10k\n";
+    RawEntry file = fileEntry("n.cir", "R1 1 2 10k\n");
     struct Case {
         const char* what;
         std::string bytes;
@@ -223,17 +221,11 @@ public:
 
 TEST_F(ArchiveTest, ListingAndVerifyingWriteNothing) {
     TempDir dir;
-    RawEntry d, good, bad, after;
-    d.name = "lib";
-    d.attributes = 0x10;
-    good.name = "lib/good.lib";
-    good.content = patternBytes(20000, 3, true);
-    bad.name = "lib/bad.lib";
-    bad.content = patternBytes(20000, 4, true);
+    RawEntry good = fileEntry("lib/good.lib", patternBytes(20000, 3, true));
+    RawEntry bad = fileEntry("lib/bad.lib", patternBytes(20000, 4, true));
     bad.crc = 1234;
-    after.name = "z.txt";
-    after.content = "after";
-    writeFile(dir.host("x.ma"), archiveBytes({d, good, bad, after}));
+    RawEntry after = fileEntry("z.txt", "after");
+    writeFile(dir.host("x.ma"), archiveBytes({directoryEntry("lib"), good, bad, after}));
     auto before = treeOf(dir.host());
 
     Collect listed;
@@ -249,10 +241,7 @@ TEST_F(ArchiveTest, ListingAndVerifyingWriteNothing) {
     EXPECT_EQ(before, treeOf(dir.host())) << "nothing written";
 
     Collect refused;
-    RawEntry evil;
-    evil.name = "../evil";
-    evil.content = "x";
-    writeFile(dir.host("y.ma"), archiveBytes({good, evil, after}));
+    writeFile(dir.host("y.ma"), archiveBytes({good, fileEntry("../evil", "x"), after}));
     EXPECT_EQ(-15, a.listArchive(dir.engine("y.ma").c_str(), refused, true));
     EXPECT_EQ(1u, refused.names.size());
     EXPECT_STREQ("../evil", a.errorName);

@@ -93,6 +93,20 @@ struct RawEntry {
     std::string data;              // packed data; filled from content if empty
 };
 
+// A file entry and a directory entry, every other field as written.
+inline RawEntry fileEntry(const std::string& name, const std::string& content) {
+    RawEntry e;
+    e.name = name;
+    e.content = content;
+    return e;
+}
+inline RawEntry directoryEntry(const std::string& name) {
+    RawEntry e;
+    e.name = name;
+    e.attributes = 0x10;
+    return e;
+}
+
 inline std::string entryBytes(RawEntry e) {
     bool dir = (e.attributes & 0x10) != 0;
     if (!dir && e.data.empty() && !e.content.empty()) e.data = packed(e.content);

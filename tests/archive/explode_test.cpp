@@ -30,6 +30,16 @@ void putLiterals(StreamWriter& w, Bytes& expected, const Bytes& bytes)
     expected.insert(expected.end(), bytes.begin(), bytes.end());
 }
 
+// Ends the stream of w with the end mark and expects it to decode to
+// `expected` with result 0.
+void expectDecodes(StreamWriter& w, const Bytes& expected, const std::string& what = "")
+{
+    w.endMark();
+    CodecRun run = runExplode(w.finish());
+    EXPECT_EQ(run.result, 0u) << what;
+    EXPECT_TRUE(run.output == expected) << what;
+}
+
 }  // namespace
 
 // --- fixed vectors -----------------------------------------------------------
@@ -133,10 +143,7 @@ TEST(ExplodeLiterals, EveryByteInBothModes)
             putLiterals(w, expected, all);
             // and backwards, so that each code also follows every other length
             putLiterals(w, expected, Bytes(all.rbegin(), all.rend()));
-            w.endMark();
-            CodecRun run = runExplode(w.finish());
-            EXPECT_EQ(run.result, 0u) << "mode " << mode << " bits " << bits;
-            EXPECT_TRUE(run.output == expected) << "mode " << mode << " bits " << bits;
+            expectDecodes(w, expected, "mode " + std::to_string(mode) + " bits " + std::to_string(bits));
         }
 }
 
@@ -150,10 +157,7 @@ TEST(ExplodeLiterals, AsciiCodesOfEveryLength)
         ASSERT_GE(byte, 0) << "no code of " << length << " bits";
         StreamWriter w(1, 4);
         w.literal(static_cast<unsigned char>(byte));
-        w.endMark();
-        CodecRun run = runExplode(w.finish());
-        EXPECT_EQ(run.result, 0u) << length << " bits";
-        EXPECT_EQ(run.output, Bytes(1, static_cast<unsigned char>(byte))) << length << " bits";
+        expectDecodes(w, Bytes(1, static_cast<unsigned char>(byte)), std::to_string(length) + " bits");
     }
 }
 
@@ -167,10 +171,7 @@ TEST(ExplodeMatches, LengthTwoReachesEveryDistanceUpTo256)
             w.match(2, distance);
             expandMatch(expected, 2, distance);
         }
-        w.endMark();
-        CodecRun run = runExplode(w.finish());
-        EXPECT_EQ(run.result, 0u) << "bits " << bits;
-        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+        expectDecodes(w, expected, "bits " + std::to_string(bits));
     }
 }
 
@@ -181,12 +182,9 @@ TEST(ExplodeMatches, DistanceOneRepeatsTheLastByte)
     w.match(516, 1);
     w.literal('y');
     w.match(3, 1);
-    w.endMark();
-    CodecRun run = runExplode(w.finish());
-    EXPECT_EQ(run.result, 0u);
     Bytes expected(517, 'x');
     expected.insert(expected.end(), 4, 'y');
-    EXPECT_TRUE(run.output == expected);
+    expectDecodes(w, expected);
 }
 
 TEST(ExplodeMatches, EveryLengthIncludingThoseImplodeNeverWrites)
@@ -201,10 +199,7 @@ TEST(ExplodeMatches, EveryLengthIncludingThoseImplodeNeverWrites)
             w.match(length, distance);
             expandMatch(expected, length, distance);
         }
-        w.endMark();
-        CodecRun run = runExplode(w.finish());
-        EXPECT_EQ(run.result, 0u) << "bits " << bits;
-        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+        expectDecodes(w, expected, "bits " + std::to_string(bits));
     }
 }
 
@@ -219,10 +214,7 @@ TEST(ExplodeMatches, GreatestDistanceOfEachDictionary)
         expandMatch(expected, 3, greatest);
         w.match(200, greatest - 1);
         expandMatch(expected, 200, greatest - 1);
-        w.endMark();
-        CodecRun run = runExplode(w.finish());
-        EXPECT_EQ(run.result, 0u) << "bits " << bits;
-        EXPECT_TRUE(run.output == expected) << "bits " << bits;
+        expectDecodes(w, expected, "bits " + std::to_string(bits));
     }
 }
 
@@ -240,10 +232,7 @@ TEST(ExplodeMatches, LongMatchesAcrossTheOutputBlocks)
         expandMatch(expected, length, distance);
         if (i % 17 == 0) putLiterals(w, expected, history(3));
     }
-    w.endMark();
-    CodecRun run = runExplode(w.finish());
-    EXPECT_EQ(run.result, 0u);
-    EXPECT_TRUE(run.output == expected);
+    expectDecodes(w, expected);
 }
 
 TEST(ExplodeMatches, ReachingBehindTheOutputReadsZerosOnEveryCall)

@@ -228,52 +228,55 @@ protected:
     std::string tree;
 };
 
-TEST_F(RemoveTree, WithoutConfirmationEverythingGoes) {
-    EXPECT_EQ(removeDirectoryTree(tree, nullptr), 0u);
-    EXPECT_FALSE(fileExists(dir.host("t")));
+// The files of the tree still there.
+static Strings filesLeft(const TempDir& dir) {
+    Strings left;
+    for (const char* file : {"t/a.txt", "t/b.txt", "t/sub/c.txt"})
+        if (fileExists(dir.host(file))) left.push_back(file);
+    return left;
 }
 
-TEST_F(RemoveTree, YesAsksForEveryFileAndDirectory) {
-    EXPECT_EQ(removeDirectoryTree(tree, scripted), 0u);
-    EXPECT_FALSE(fileExists(dir.host("t")));
-    std::vector<std::string> names;
-    for (const std::string& q : questions) names.push_back(base(q));
-    EXPECT_EQ(names, (Strings{"t", "a.txt", "b.txt", "sub", "c.txt"}));
+TEST_F(RemoveTree, AnswersDecideWhatGoes) {
+    const Strings all = {"t/a.txt", "t/b.txt", "t/sub/c.txt"};
+    const struct {
+        bool confirm;
+        std::vector<int> answers; // then yes to every further question
+        unsigned result;
+        Strings asked;            // base names, in order
+        Strings left;
+    } cases[] = {
+        {false, {}, 0u, {}, {}},
+        {true, {}, 0u, {"t", "a.txt", "b.txt", "sub", "c.txt"}, {}},
+        {true, {DeleteYes, DeleteYesToAll}, 0u, {"t", "a.txt"}, {}},
+        {true, {DeleteNo}, 0u, {"t"}, all},
+        // After a "no" to a file the subdirectory is neither asked about nor
+        // touched, and the directory cannot go.
+        {true, {DeleteYes, DeleteYes, DeleteNo}, REMOVE_TREE_FAILED, {"t", "a.txt", "b.txt"}, {"t/b.txt", "t/sub/c.txt"}},
+        {true, {DeleteYes, DeleteCancel}, REMOVE_TREE_FAILED, {"t", "a.txt"}, all},
+    };
+    for (const auto& c : cases) {
+        TempDir each;
+        for (const std::string& file : all) writeFile(each.host(file), "x");
+        resetDeleteAnswer();
+        questions.clear();
+        script = c.answers;
+        std::string what = "answers given: " + std::to_string(c.answers.size());
+        EXPECT_EQ(removeDirectoryTree(each.engine("t"), c.confirm ? scripted : nullptr), c.result) << what;
+        Strings asked;
+        for (const std::string& q : questions) asked.push_back(base(q));
+        EXPECT_EQ(asked, c.asked) << what;
+        EXPECT_EQ(filesLeft(each), c.left) << what;
+        EXPECT_EQ(fileExists(each.host("t")), !c.left.empty()) << what;
+    }
 }
 
-TEST_F(RemoveTree, YesToAllStopsTheQuestions) {
-    script = {DeleteYes, DeleteYesToAll};
-    EXPECT_EQ(removeDirectoryTree(tree, scripted), 0u);
-    EXPECT_FALSE(fileExists(dir.host("t")));
-    EXPECT_EQ(questions.size(), 2u) << "the directory and a.txt only";
-}
-
-TEST_F(RemoveTree, NoToTheDirectoryRemovesNothingAndIsRemembered) {
+TEST_F(RemoveTree, NoToTheDirectoryIsRememberedForTheNextCall) {
     script = {DeleteNo};
     EXPECT_EQ(removeDirectoryTree(tree, scripted), 0u);
-    EXPECT_TRUE(fileExists(dir.host("t/a.txt")));
-    EXPECT_TRUE(fileExists(dir.host("t/sub/c.txt")));
     questions.clear();
-    EXPECT_EQ(removeDirectoryTree(tree, scripted), 0u) << "the stored answer holds for the next call";
+    EXPECT_EQ(removeDirectoryTree(tree, scripted), 0u);
     EXPECT_TRUE(questions.empty());
     EXPECT_TRUE(fileExists(dir.host("t/a.txt")));
-}
-
-TEST_F(RemoveTree, NoToAFileKeepsItAndTheDirectoryFails) {
-    script = {DeleteYes, DeleteYes, DeleteNo};
-    EXPECT_EQ(removeDirectoryTree(tree, scripted), REMOVE_TREE_FAILED);
-    EXPECT_FALSE(fileExists(dir.host("t/a.txt")));
-    EXPECT_TRUE(fileExists(dir.host("t/b.txt")));
-    EXPECT_TRUE(fileExists(dir.host("t/sub/c.txt"))) << "after a 'no', a subdirectory is left whole";
-    EXPECT_EQ(questions.size(), 3u) << "the subdirectory is not asked about after a 'no'";
-}
-
-TEST_F(RemoveTree, CancelStopsAtOnce) {
-    script = {DeleteYes, DeleteCancel};
-    EXPECT_EQ(removeDirectoryTree(tree, scripted), REMOVE_TREE_FAILED) << "the directory is not empty";
-    EXPECT_TRUE(fileExists(dir.host("t/a.txt")));
-    EXPECT_TRUE(fileExists(dir.host("t/b.txt")));
-    EXPECT_EQ(questions.size(), 2u);
 }
 
 TEST_F(RemoveTree, ReadOnlyFileFailsAndStops) {

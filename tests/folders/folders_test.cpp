@@ -364,7 +364,8 @@ TEST_F(Folders, FactoryMakesOneClassPerValueAndNothingOutside) {
     for (int value = 16; value <= 37; ++value) {
         std::unique_ptr<fileItem> made(
             makeSubCategoryItem(value, parent, parent->getFindData(), parent->getFullPath(), ws.get()));
-        classes.push_back(typeid(*made).name());
+        const fileItem& item = *made;
+        classes.push_back(typeid(item).name());
     }
     std::sort(classes.begin(), classes.end());
     EXPECT_EQ(std::unique(classes.begin(), classes.end()), classes.end());

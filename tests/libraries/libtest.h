@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "operations/operation.h"
 #include "paths/pathstring.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 
@@ -32,21 +32,11 @@ public:
 // and drops the library configuration before and after the test.
 class IniEnvironment {
 public:
-    explicit IniEnvironment(const std::string& windir) {
-        const char* old = getenv("KVENG_WINDIR");
-        if (old) saved = old, had = true;
-        setenv("KVENG_WINDIR", windir.c_str(), 1);
+    explicit IniEnvironment(const std::string& windir) : windir_("KVENG_WINDIR", windir.c_str()) {
         RemoveIniFileContext();
     }
-    ~IniEnvironment() {
-        RemoveIniFileContext();
-        if (had)
-            setenv("KVENG_WINDIR", saved.c_str(), 1);
-        else
-            unsetenv("KVENG_WINDIR");
-    }
+    ~IniEnvironment() { RemoveIniFileContext(); }
 
 private:
-    std::string saved;
-    bool had = false;
+    EnvGuard windir_;
 };

@@ -88,10 +88,6 @@ TEST_F(Framework, CopySendsBeginAndFinishWithTheirTexts) {
 }
 
 TEST_F(Framework, EachOperationHasItsOwnBeginAndFinish) {
-    struct Case {
-        int begin, finish;
-        std::string finishText;
-    };
     std::string archive = dir.engine("a.ma");
     {
         IFOmove op(&client, target.c_str(), &options, ws);

@@ -13,6 +13,7 @@
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "operations/copy.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 #include "workspace/workspace.h"
@@ -47,14 +48,8 @@ protected:
         writeFile(dir.host("libs/l2.slb"), "symloc C 0 1\n*\n");
         ws = open("ws");
         options.localize = KVE_localizeEnum::IncludeNone;
-        char cwd[MAX_PATH];
-        GetCurrentDirectoryA(sizeof cwd, cwd);
-        saved = cwd;
     }
-    void TearDown() override {
-        delete ws;
-        SetCurrentDirectoryA(saved.c_str());
-    }
+    void TearDown() override { delete ws; }
     DesignWorkspace* open(const char* name) {
         KVE_Status status;
         return static_cast<DesignWorkspace*>(OpenWorkspace(status, dir.engine(name).c_str()));
@@ -75,7 +70,7 @@ protected:
     DesignWorkspace* ws = nullptr;
     copyOptions options;
     Counter client;
-    std::string saved;
+    CwdGuard cwdGuard; // each start changes the current directory
 };
 
 typedef std::vector<int> Actions;

@@ -11,25 +11,10 @@
 
 #include "paths/pathstring.h"
 #include "platform/hostcalls.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
 
 static const std::string& str(const pathstring& p) { return p; }
-
-// Restores the process's current directory and clears faults at the end.
-class CwdGuard {
-public:
-    CwdGuard() {
-        char buffer[4096];
-        if (getcwd(buffer, sizeof buffer)) old_ = buffer;
-    }
-    ~CwdGuard() {
-        kvFaultsClear();
-        if (!old_.empty() && chdir(old_.c_str()) != 0) ADD_FAILURE() << "cannot return to " << old_;
-    }
-
-private:
-    std::string old_;
-};
 
 static bool isHostDirectory(const std::string& host) {
     struct stat st;
@@ -62,6 +47,7 @@ static const LfnCase kLfn[] = {
     {"design\\sub\\missing.txt", "Design\\Sub\\missing.txt", 1},
     {"design\\NoDir\\x\\y.sch", "Design\\NoDir\\x\\y.sch", 3},
     {"design\\notes.txt\\below", "Design\\notes.txt\\below", 1},
+    {"design\\sub\\..\\..\\DESIGN", "Design", 0}, // tidied first: no step up is left
 };
 
 TEST(LongNames, SpellingOnDisk) {
@@ -73,44 +59,34 @@ TEST(LongNames, SpellingOnDisk) {
         int missing = p.getLFN(result);
         EXPECT_EQ(dir.engine(c.expected), result) << "getLFN of " << c.typed;
         EXPECT_EQ(c.missing, missing) << "missing components of " << c.typed;
+        p.getLFN(p);
+        EXPECT_EQ(dir.engine(c.expected), str(p)) << "getLFN of " << c.typed << " into the object itself";
     }
 }
 
-TEST(LongNames, RelativePathsComeBackWithDot) {
+// Relative paths resolve through the current directory and come back
+// with ".\"; a step up is not replaced by the name it leads to.
+TEST(LongNames, RelativePaths) {
     CwdGuard guard;
     TempDir dir;
     makeTree(dir);
-    ASSERT_EQ(0, chdir(dir.host().c_str()));
-    pathstring p("design\\SUB\\board.sch");
-    std::string result;
-    EXPECT_EQ(0, p.getLFN(result));
-    EXPECT_EQ(".\\Design\\Sub\\Board.SCH", result);
-    pathstring missing("design\\gone\\x");
-    EXPECT_EQ(2, missing.getLFN(result));
-    EXPECT_EQ(".\\Design\\gone\\x", result);
-}
-
-TEST(LongNames, StepsUpStayAsTheyAre) {
-    CwdGuard guard;
-    TempDir dir;
-    makeTree(dir);
-    ASSERT_EQ(0, chdir(dir.host("Design/Sub").c_str()));
-    std::string result;
-    EXPECT_EQ(0, pathstring("..\\models.lib").getLFN(result));
-    EXPECT_EQ(".\\..\\Models.LIB", result) << "the step up is not replaced by the name it leads to";
-    EXPECT_EQ(0, pathstring("..\\..\\design\\SUB").getLFN(result));
-    EXPECT_EQ(".\\..\\..\\Design\\Sub", result);
-    pathstring absolute(dir.engine("design\\sub\\..\\..\\DESIGN").c_str());
-    EXPECT_EQ(0, absolute.getLFN(result)) << "tidied first: no step up is left";
-    EXPECT_EQ(dir.engine("Design"), result);
-}
-
-TEST(LongNames, ResultMayBeTheObject) {
-    TempDir dir;
-    makeTree(dir);
-    pathstring p(dir.engine("DESIGN\\sub\\BOARD.sch").c_str());
-    EXPECT_EQ(0, p.getLFN(p));
-    EXPECT_EQ(dir.engine("Design\\Sub\\Board.SCH"), str(p));
+    const struct {
+        const char* cwd; // below the temporary directory
+        const char* typed;
+        const char* expected;
+        int missing;
+    } cases[] = {
+        {"", "design\\SUB\\board.sch", ".\\Design\\Sub\\Board.SCH", 0},
+        {"", "design\\gone\\x", ".\\Design\\gone\\x", 2},
+        {"Design/Sub", "..\\models.lib", ".\\..\\Models.LIB", 0},
+        {"Design/Sub", "..\\..\\design\\SUB", ".\\..\\..\\Design\\Sub", 0},
+    };
+    for (const auto& c : cases) {
+        ASSERT_EQ(0, chdir(dir.host(c.cwd).c_str()));
+        std::string result;
+        EXPECT_EQ(c.missing, pathstring(c.typed).getLFN(result)) << c.typed;
+        EXPECT_EQ(c.expected, result) << c.typed << " from " << c.cwd;
+    }
 }
 
 TEST(LongNames, PathsWithNothingToLookUp) {

@@ -1,5 +1,6 @@
-// Helpers shared by the tests of the platform layer: environment and
-// current-directory guards, and a few host-side probes.
+// Helpers shared by the tests of the platform layer: a few host-side
+// probes (the environment and current-directory guards are in
+// support/guards.h).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,48 +15,8 @@
 
 #include "platform/hostcalls.h"
 #include "platform/platform.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
-
-// Sets (or, with null, removes) an environment variable for the life of
-// the guard.
-class EnvGuard {
-public:
-    EnvGuard(const char* name, const char* value) : name_(name) {
-        const char* old = getenv(name);
-        had_ = old != nullptr;
-        if (had_) old_ = old;
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-    ~EnvGuard() {
-        if (had_)
-            setenv(name_.c_str(), old_.c_str(), 1);
-        else
-            unsetenv(name_.c_str());
-    }
-
-private:
-    std::string name_, old_;
-    bool had_;
-};
-
-// Restores the process's current directory, and clears faults, at the end.
-class CwdGuard {
-public:
-    CwdGuard() {
-        char buffer[4096];
-        if (getcwd(buffer, sizeof buffer)) old_ = buffer;
-    }
-    ~CwdGuard() {
-        kvFaultsClear();
-        if (!old_.empty() && chdir(old_.c_str()) != 0) ADD_FAILURE() << "cannot return to " << old_;
-    }
-
-private:
-    std::string old_;
-};
 
 inline mode_t hostMode(const std::string& host) {
     struct stat st;

@@ -20,6 +20,7 @@ struct goldenCase {
 static const goldenCase goldenCases[] = {
     {"circuit", "top.cir"}, {"library", "top.lib"},     {"netlist", "top.nlf"},
     {"board", "top.pca"},   {"synthesis", "top.dsl"}, {"router", "top.do"},
+    {"symbollibrary", "top.slb"},
     {"schematic", "top.sch"},
 };
 

@@ -1,8 +1,15 @@
 // Opening a workspace: every status, "tarnel.mdf", created directories,
-// the registry of open workspaces, and the directory's form.
+// the registry of open workspaces, the directory's form, and a process
+// that ends with a workspace still open.
+#include <cstdio>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include "libraries/configuration.h"
+#include "workspace/context.h"
 #include "workspace_test.h"
 
 void setModificationTime(const std::string& hostPath, long seconds) {
@@ -97,4 +104,33 @@ TEST(OpenWorkspace, RegistryCountsOpenWorkspacesAndSecondOpenIsIndependent) {
     EXPECT_EQ(openWorkspaces.back(), second.get());
     second.reset();
     EXPECT_EQ(openWorkspaceCount, before);
+}
+
+// A client that leaves a workspace open while an INI context has opened a
+// library workspace, and then ends its process. The library's shutdown
+// runs after the static destructors and deletes the library workspace,
+// which leaves the registry: the registry must still be there. The client
+// is a child process, so that its exit is what the test sees.
+TEST(OpenWorkspace, ProcessEndsCleanlyWithWorkspaceLeftOpenUnderIniContext) {
+    TempDir dir;
+    makeFiles(dir, {{"design/top.sch", "*version 1\n"}, {"libs/marker.slb", ""}, {"windir/tarnel91.ini", ""}});
+    writeFile(dir.host("ctx.ini"), "[TARNEL]\nLIBPATH=" + dir.engine("libs") + "\n");
+    fflush(nullptr);
+    pid_t child = fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        setenv("KVENG_WINDIR", dir.host("windir").c_str(), 1);
+        KVE_Status status;
+        workspace* leftOpen = OpenWorkspace(status, dir.engine("design").c_str());
+        SetIniFileContext(dir.engine("ctx.ini").c_str(), nullptr);
+        LibraryConfiguration* libraries = getLibraryConfiguration();
+        // 3: the setup did not give an open workspace and a library workspace.
+        bool ready = leftOpen && libraries && libraries->getPartLibraries().size() == 1;
+        exit(ready ? 0 : 3); // static destructors, then the library's shutdown
+    }
+    int waited = 0;
+    ASSERT_EQ(waitpid(child, &waited, 0), child);
+    const bool signalled = WIFSIGNALED(waited);
+    ASSERT_FALSE(signalled) << "the client died of signal " << WTERMSIG(waited);
+    EXPECT_EQ(WEXITSTATUS(waited), 0);
 }
