@@ -6,8 +6,10 @@
 // else the first entry in name order that matches it without regard to
 // case (for a directory component, the first such directory). The walk
 // tells a missing last component (every directory there: a new file can be
-// made with the spelling given) from a missing directory. Nothing is
-// cached: every answer comes from the disk as it is now.
+// made with the spelling given) from a missing directory. The names of a
+// directory come from the listing cache (listings.cpp), which answers only
+// when it is sure to hold the directory as it is now; everything else is
+// asked of the disk at each look-up.
 //
 //   1. Name order and comparison
 //   2. The walk
@@ -56,43 +58,6 @@ static bool statPath(const std::string& path, bool follow, struct statx& out) {
     return hostStat(AT_FDCWD, path.c_str(), follow ? 0 : AT_SYMLINK_NOFOLLOW, KV_STATX_MASK, &out) == 0;
 }
 
-// Looks in directory `dir` for the first entry, in name order, whose name
-// matches `name` without regard to case, and that is a directory (or a link
-// to one) if `wantDirectory`. Returns false with errno set if the directory
-// cannot be read (also for want of permission): not knowing which spellings
-// exist, the caller must not take the name as missing and make a second one.
-static bool findCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match) {
-    match.clear();
-    DIR* d = hostOpendir(dir.c_str());
-    if (!d) return errno == ENOENT || errno == ENOTDIR;  // gone since its stat
-    bool ok = true;
-    for (;;) {
-        errno = 0;
-        struct dirent* e = hostReaddir(d);
-        if (!e) {
-            ok = errno == 0;
-            break;
-        }
-        if (!kvSameName(e->d_name, name.c_str())) continue;
-        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
-        if (!match.empty() && kvCompareNames(e->d_name, match.c_str()) >= 0) continue;
-        if (wantDirectory) {
-            struct statx st;
-            if (!statPath(joinHost(dir, e->d_name), true, st)) {
-                if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == EACCES) continue;
-                ok = false;
-                break;
-            }
-            if (!S_ISDIR(st.stx_mode)) continue;
-        }
-        match = e->d_name;
-    }
-    int saved = errno;
-    hostClosedir(d);
-    errno = saved;
-    return ok;
-}
-
 static HostFile failed(int error, DWORD win32) {
     HostFile f;
     f.status = HostFile::Failed;
@@ -129,24 +94,38 @@ HostFile kvResolvePath(const EnginePath& path) {
         return f;
     }
 
-    // Walk from the root.
-    std::string dir = root;
-    struct statx st;
-    bool rootThere = statPath(dir, true, st);
-    if (!rootThere && errno != ENOENT && errno != ENOTDIR) {
-        f.status = HostFile::Failed;
-        f.error = errno;
-        f.win32 = kvWin32FromErrno(errno);
-        return f;
-    }
-    if (!rootThere || !S_ISDIR(st.stx_mode)) {
-        f.status = HostFile::DirMissing;
-        f.error = ENOENT;
-        f.win32 = ERROR_PATH_NOT_FOUND;
-        return f;
-    }
     size_t n = path.parts.size();
-    for (size_t i = 0; i < n; ++i) {
+    struct statx st;
+    std::string dir = root;
+    size_t from = 0;
+    // Where the directory of the last component is there as spelled, a
+    // walk would take every directory by its exact name: only the last
+    // component is looked for.
+    if (n > 1) {
+        std::string parent = f.host.substr(0, f.host.size() - path.parts.back().size() - 1);
+        if (statPath(parent, true, st) && S_ISDIR(st.stx_mode)) {
+            dir = parent;
+            from = n - 1;
+        }
+    }
+
+    // Otherwise a walk from the root.
+    if (from == 0) {
+        bool rootThere = statPath(dir, true, st);
+        if (!rootThere && errno != ENOENT && errno != ENOTDIR) {
+            f.status = HostFile::Failed;
+            f.error = errno;
+            f.win32 = kvWin32FromErrno(errno);
+            return f;
+        }
+        if (!rootThere || !S_ISDIR(st.stx_mode)) {
+            f.status = HostFile::DirMissing;
+            f.error = ENOENT;
+            f.win32 = ERROR_PATH_NOT_FOUND;
+            return f;
+        }
+    }
+    for (size_t i = from; i < n; ++i) {
         const std::string& name = path.parts[i];
         bool last = i + 1 == n;
         std::string exact = joinHost(dir, name);
@@ -176,7 +155,7 @@ HostFile kvResolvePath(const EnginePath& path) {
             return f;
         }
         std::string match;
-        if (!findCaseMatch(dir, name, !last, match)) {
+        if (!kvFindCaseMatch(dir, name, !last, match)) {
             f.status = HostFile::Failed;
             f.host = appendRest(dir, path, i);
             f.error = errno;
