@@ -83,6 +83,10 @@ static bool parseMode(const char* mode, StreamMode& out) {
 // 2. The cookie
 // ---------------------------------------------------------------------------
 
+// The read-ahead of a text stream, made when first needed: most text is
+// read straight into the stream's buffer (readTextDirect).
+static const size_t kRawSize = 1 << 16;
+
 struct StreamCookie {
     int fd = -1;
     bool translate = false;  // CR LF to LF on reading
@@ -97,6 +101,7 @@ struct StreamCookie {
 // Reads raw bytes into the cookie's buffer, keeping `keep` bytes from its
 // position. Returns the count read, 0 at the end, -1 on error.
 static ssize_t refill(StreamCookie* c, size_t keep) {
+    if (c->raw.empty()) c->raw.resize(kRawSize);
     memmove(c->raw.data(), c->raw.data() + c->rawPosition, keep);
     c->rawPosition = 0;
     c->rawLength = keep;
@@ -123,6 +128,7 @@ static ssize_t readTextDirect(StreamCookie* c, char* out, size_t size) {
     for (const char* from = cr; from < end;) {
         if (*from == '\r') {
             if (from + 1 == end) {
+                if (c->raw.empty()) c->raw.resize(kRawSize);
                 c->raw[0] = '\r';
                 c->rawPosition = 0;
                 c->rawLength = 1;
@@ -306,7 +312,6 @@ FILE* kvFopen(const char* path, const char* mode) {
     StreamCookie* c = new StreamCookie;
     c->fd = fd;
     c->translate = m.text && m.reading && !m.writing;
-    if (c->translate) c->raw.resize(1 << 16);
     cookie_io_functions_t functions;
     functions.read = cookieRead;
     functions.write = cookieWrite;
