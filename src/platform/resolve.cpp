@@ -103,9 +103,16 @@ HostFile kvResolvePath(const EnginePath& path) {
     // component is looked for.
     if (n > 1) {
         std::string parent = f.host.substr(0, f.host.size() - path.parts.back().size() - 1);
-        if (statPath(parent, true, st) && S_ISDIR(st.stx_mode)) {
-            dir = parent;
-            from = n - 1;
+        if (statPath(parent, true, st)) {
+            if (S_ISDIR(st.stx_mode)) {
+                dir = parent;
+                from = n - 1;
+            }
+        } else if (errno != ENOENT && errno != ENOTDIR) {
+            f.status = HostFile::Failed;
+            f.error = errno;
+            f.win32 = kvWin32FromErrno(errno);
+            return f;
         }
     }
 
