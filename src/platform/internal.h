@@ -103,7 +103,10 @@ bool kvStatTarget(const HostFile& file, struct statx& out);
 // directory cannot be read (also for want of permission): not knowing which
 // spellings exist, the caller must not take the name as missing. Served
 // from the listing cache when it is sure to be current (listings.cpp).
-bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match);
+// `dirStat`, if given, is a stat of `dir` (links followed) that the caller
+// has just taken; otherwise the directory is stat'ed here.
+bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match,
+                     const struct statx* dirStat = nullptr);
 // Empties the listing cache.
 void kvListingCacheClear();
 

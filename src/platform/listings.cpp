@@ -7,8 +7,9 @@
 // order (kvCompareNames), each with whether it is a directory as far as
 // readdir tells. It is never trusted blindly:
 //   - Before each use the directory is stat'ed again (through the host call
-//     table); device, inode, mtime and ctime, all to the nanosecond, must
-//     be those seen when the listing was read. Any change of an entry
+//     table; usually the look-up has just done so on its way); device,
+//     inode, mtime and ctime, all to the nanosecond, must be those seen
+//     when the listing was read. Any change of an entry
 //     changes mtime and ctime; ctime cannot be set back by anyone.
 //   - A listing is kept only if, when it was read, the directory's ctime
 //     already lay further in the past than the granularity of the file
@@ -215,7 +216,8 @@ static bool matchIn(const std::string& dir, const std::vector<Entry>& entries, c
     return true;
 }
 
-bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match) {
+bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match,
+                     const struct statx* dirStat) {
     match.clear();
     std::vector<Entry> entries;
     bool gone = false;
@@ -226,7 +228,9 @@ bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantD
 
     Cache& c = theCache();
     struct statx st;
-    if (hostStat(AT_FDCWD, dir.c_str(), 0, KV_STATX_MASK, &st) != 0) {
+    if (dirStat) {
+        st = *dirStat;
+    } else if (hostStat(AT_FDCWD, dir.c_str(), 0, KV_STATX_MASK, &st) != 0) {
         auto known = c.byDir.find(dir);
         if (known != c.byDir.end()) dropListing(c, known->second);
         return errno == ENOENT || errno == ENOTDIR;  // gone since its stat

@@ -93,11 +93,16 @@ HostFile kvResolvePath(const EnginePath& path) {
         f.win32 = kvWin32FromErrno(errno);
         return f;
     }
+    const bool lastMissing = errno == ENOENT;  // as spelled, if its directory is there
 
     size_t n = path.parts.size();
     struct statx st;
     std::string dir = root;
     size_t from = 0;
+    // The stat of `dir` where one was just taken: the listing cache checks
+    // its listing against it rather than stat'ing the directory again.
+    struct statx dirStat{};
+    bool dirStatKnown = false;
     // Where the directory of the last component is there as spelled, a
     // walk would take every directory by its exact name: only the last
     // component is looked for.
@@ -107,6 +112,8 @@ HostFile kvResolvePath(const EnginePath& path) {
             if (S_ISDIR(st.stx_mode)) {
                 dir = parent;
                 from = n - 1;
+                dirStat = st;
+                dirStatKnown = true;
             }
         } else if (errno != ENOENT && errno != ENOTDIR) {
             f.status = HostFile::Failed;
@@ -131,12 +138,23 @@ HostFile kvResolvePath(const EnginePath& path) {
             f.win32 = ERROR_PATH_NOT_FOUND;
             return f;
         }
+        dirStat = st;
+        dirStatKnown = true;
     }
     for (size_t i = from; i < n; ++i) {
         const std::string& name = path.parts[i];
         bool last = i + 1 == n;
         std::string exact = joinHost(dir, name);
-        if (statPath(exact, !last, st)) {
+        // The last component in a directory there as spelled is the path
+        // of the first stat, which did not find it.
+        const bool known = last && from > 0 && lastMissing;
+        bool there = false;
+        int error = ENOENT;
+        if (!known) {
+            there = statPath(exact, !last, st);
+            if (!there) error = errno;
+        }
+        if (there) {
             if (last) {
                 f.status = HostFile::Found;
                 f.host = exact;
@@ -145,6 +163,8 @@ HostFile kvResolvePath(const EnginePath& path) {
             }
             if (S_ISDIR(st.stx_mode)) {
                 dir = exact;
+                dirStat = st;
+                dirStatKnown = true;
                 continue;
             }
             // A file where a directory should be: the path does not exist.
@@ -154,15 +174,15 @@ HostFile kvResolvePath(const EnginePath& path) {
             f.win32 = ERROR_PATH_NOT_FOUND;
             return f;
         }
-        if (errno != ENOENT) {
+        if (error != ENOENT) {
             f.status = HostFile::Failed;
             f.host = appendRest(dir, path, i);
-            f.error = errno;
-            f.win32 = errno == ENOTDIR ? ERROR_PATH_NOT_FOUND : kvWin32FromErrno(errno);
+            f.error = error;
+            f.win32 = error == ENOTDIR ? ERROR_PATH_NOT_FOUND : kvWin32FromErrno(error);
             return f;
         }
         std::string match;
-        if (!kvFindCaseMatch(dir, name, !last, match)) {
+        if (!kvFindCaseMatch(dir, name, !last, match, dirStatKnown ? &dirStat : nullptr)) {
             f.status = HostFile::Failed;
             f.host = appendRest(dir, path, i);
             f.error = errno;
@@ -199,6 +219,7 @@ HostFile kvResolvePath(const EnginePath& path) {
             return f;
         }
         dir = found;
+        dirStatKnown = false;
     }
     // No components: the drive root itself, which the first stat would have
     // found unless it vanished in between.
