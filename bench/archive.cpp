@@ -149,14 +149,15 @@ int main() {
         CompressedArchive::resetEntryCount();
         status |= a.writeArchive(engineTree.c_str(), engineMa.c_str(), nullptr);
     });
-    bench::Timing tarPack = bench::bestOf(2, nothing, [&] { bench::run("tar czf '" + tgz + "' -C '" + dir + "' tree"); });
+    bench::Timing tarPack =
+        bench::bestOf(2, nothing, [&] { bench::run("tar czf '" + tgz + "' -C '" + dir + "' tree"); });
     bench::Timing unpack = bench::bestOf(2, [&] { bench::removeTree(maOut); mkdir(maOut.c_str(), 0755); }, [&] {
         CompressedArchive a;
         CompressedArchive::resetEntryCount();
         status |= a.readArchive(engineMa.c_str(), engineOut.c_str());
     });
     bench::Timing tarUnpack = bench::bestOf(2, [&] { bench::removeTree(tarOut); mkdir(tarOut.c_str(), 0755); },
-                               [&] { bench::run("tar xzf '" + tgz + "' -C '" + tarOut + "'"); });
+                                            [&] { bench::run("tar xzf '" + tgz + "' -C '" + tarOut + "'"); });
     if (status != 0) {
         fprintf(stderr, "the archive failed: status %d\n", status);
         bench::removeTree(dir);
