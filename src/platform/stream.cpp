@@ -17,14 +17,15 @@
 // stream failed before, so that a caller who checks only fclose learns that
 // the file is not what was written.
 //
-// A stream that only reads has a buffer of 64 KB; text is read from the
-// host straight into it and translated in place.
+// A stream that only reads or only writes has a buffer of 64 KB; text is
+// read from the host straight into it and translated in place.
 //
 //   1. Modes
 //   2. The cookie: binary and text reading, writing, seeking, closing
 //   3. kvFopen
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "platform/hostcalls.h"
@@ -86,6 +87,8 @@ static bool parseMode(const char* mode, StreamMode& out) {
 // The read-ahead of a text stream, made when first needed: most text is
 // read straight into the stream's buffer (readTextDirect).
 static const size_t kRawSize = 1 << 16;
+// The buffer of a stream that only reads or only writes.
+static const size_t kStreamBufferSize = 1 << 16;
 
 struct StreamCookie {
     int fd = -1;
@@ -96,6 +99,10 @@ struct StreamCookie {
     bool rawEnd = false;     // the file has no more bytes
     int64_t position = 0;    // characters delivered so far
     int writeError = 0;      // the first write that failed: fclose reports it
+    // The stream's own buffer, for a stream that only reads or only writes
+    // (glibc would choose 8 KB). It lives as long as the cookie: fclose no longer reads
+    // it once it has called cookieClose.
+    std::unique_ptr<char[]> streamBuffer;  // not cleared: glibc fills it
 };
 
 // Reads raw bytes into the cookie's buffer, keeping `keep` bytes from its
@@ -325,9 +332,12 @@ FILE* kvFopen(const char* path, const char* mode) {
         kvSetErrno(error);
         return nullptr;
     }
-    // A stream that only reads takes the file in large blocks: fewer calls
-    // of the host, and text goes from the host to the stream's buffer in one
-    // copy.
-    if (m.reading && !m.writing) setvbuf(stream, nullptr, _IOFBF, 1 << 16);
+    // A stream that only reads or only writes moves the file in large
+    // blocks: fewer calls of the host, and text goes from the host to the
+    // stream's buffer in one copy.
+    if (m.reading != m.writing) {
+        c->streamBuffer.reset(new char[kStreamBufferSize]);
+        setvbuf(stream, c->streamBuffer.get(), _IOFBF, kStreamBufferSize);
+    }
     return stream;
 }
