@@ -3,8 +3,10 @@
 //
 //   listing     FindFirstFileA "*" over a directory of N files, against a
 //               bare readdir + fstatat of every entry
-//   lookup      GetFileAttributesA of a name spelled in another case (a walk
-//               with one readdir), against one bare readdir of the directory
+//   lookup      GetFileAttributesA of a name spelled in another case, against
+//               one bare readdir of the directory: once the directory has
+//               been quiet for a moment, its listing comes from the layer's
+//               cache, checked with one stat
 //   fgets       kvFopen "r" (CR LF text) read line by line, against fopen
 //   copy        CopyFileA of a large file, against a read/write loop
 //
@@ -62,7 +64,8 @@ int main() {
     if (found != seen) printf("listing gave %zu entries, readdir %zu\n", found, seen);
     bench::report("listing", listing, "readdir + fstatat per entry", bare);
 
-    // lookup of another spelling: one walk with a readdir of the big directory
+    // lookup of another spelling: the listing of the big directory, from the
+    // cache once the directory is quiet
     double readdirOnly = bench::bestOf(3, [&] {
         DIR* d = opendir(many.c_str());
         while (readdir(d)) {
