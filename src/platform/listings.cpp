@@ -231,9 +231,11 @@ bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantD
     if (dirStat) {
         st = *dirStat;
     } else if (hostStat(AT_FDCWD, dir.c_str(), 0, KV_STATX_MASK, &st) != 0) {
+        const int error = errno;
         auto known = c.byDir.find(dir);
         if (known != c.byDir.end()) dropListing(c, known->second);
-        return errno == ENOENT || errno == ENOTDIR;  // gone since its stat
+        errno = error;
+        return error == ENOENT || error == ENOTDIR;  // gone since its stat
     }
     const Stamp now = stampOf(st);
     auto known = c.byDir.find(dir);
