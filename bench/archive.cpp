@@ -13,7 +13,6 @@
 // wall-clock time each line gives the processor time (user and system, of
 // this process and of the tar and gzip it starts), which a shared, busy
 // machine disturbs far less.
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -27,76 +26,8 @@
 #include <vector>
 
 #include "archive/compressedarchive.h"
+#include "benchsupport.h"
 #include "platform/platform.h"
-
-// Processor seconds used so far by this process and its waited-for children.
-static double cpuSeconds() {
-    double total = 0;
-    for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        struct rusage u;
-        getrusage(who, &u);
-        total += u.ru_utime.tv_sec + u.ru_utime.tv_usec / 1e6 + u.ru_stime.tv_sec + u.ru_stime.tv_usec / 1e6;
-    }
-    return total;
-}
-
-struct Timing {
-    double wall = 1e30, cpu = 1e30;
-};
-
-// The best wall-clock and processor time of two runs of work, each after
-// before.
-static Timing bestOf2(const std::function<void()>& before, const std::function<void()>& work) {
-    Timing best;
-    for (int i = 0; i < 2; ++i) {
-        before();
-        double cpu = cpuSeconds();
-        auto start = std::chrono::steady_clock::now();
-        work();
-        double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        cpu = cpuSeconds() - cpu;
-        if (wall < best.wall) best.wall = wall;
-        if (cpu < best.cpu) best.cpu = cpu;
-    }
-    return best;
-}
-
-static void writeHost(const std::string& path, const std::string& content) {
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0 || write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
-        perror(path.c_str());
-        exit(1);
-    }
-    close(fd);
-}
-
-static void removeTree(const std::string& dir) {
-    DIR* d = opendir(dir.c_str());
-    if (!d) return;
-    while (struct dirent* e = readdir(d)) {
-        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
-        std::string path = dir + "/" + e->d_name;
-        struct stat st;
-        if (lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
-            removeTree(path);
-        else
-            unlink(path.c_str());
-    }
-    closedir(d);
-    rmdir(dir.c_str());
-}
-
-static long long fileSize(const std::string& path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0 ? static_cast<long long>(st.st_size) : -1;
-}
-
-static void run(const std::string& command) {
-    if (system(command.c_str()) != 0) {
-        fprintf(stderr, "failed: %s\n", command.c_str());
-        exit(1);
-    }
-}
 
 // --- the generated tree --------------------------------------------------------
 
@@ -183,14 +114,14 @@ static long long makeTree(const std::string& root, long long total) {
             size_t size = 4000 + r.below(kind == 3 ? 200000 : 120000);
             std::string dir = p + (kind == 2 ? "/lib" : kind == 1 ? "/sim" : "/sheets");
             std::string text = designText(kind, size, r);
-            writeHost(dir + "/part" + std::to_string(f) + kExt[kind], text);
+            bench::writeHost(dir + "/part" + std::to_string(f) + kExt[kind], text);
             written += static_cast<long long>(text.size());
         }
         // About a tenth binary: one waveform and one noise file per project.
         std::string wave = waveform(150000 + r.below(100000), r);
-        writeHost(p + "/sim/run.dat", wave);
+        bench::writeHost(p + "/sim/run.dat", wave);
         std::string blob = noise(30000 + r.below(60000), r);
-        writeHost(p + "/lib/footprints.bin", blob);
+        bench::writeHost(p + "/lib/footprints.bin", blob);
         written += static_cast<long long>(wave.size() + blob.size());
     }
     return written;
@@ -200,12 +131,7 @@ int main() {
     const char* mbText = getenv("KV_BENCH_ARCHIVE_MB");
     long long megabytes = mbText ? atoll(mbText) : 100;
     if (megabytes < 1) megabytes = 1;
-    char base[] = "/tmp/kvbench-archive-XXXXXX";
-    if (!mkdtemp(base)) {
-        perror("mkdtemp");
-        return 1;
-    }
-    std::string dir = base;
+    std::string dir = bench::makeTempDir("archive");
     std::string tree = dir + "/tree";
     mkdir(tree.c_str(), 0755);
     printf("creating a design tree of about %lld MB...\n", megabytes);
@@ -218,28 +144,29 @@ int main() {
 
     auto nothing = [] {};
     int status = 0;
-    Timing pack = bestOf2(nothing, [&] {
+    bench::Timing pack = bench::bestOf(2, nothing, [&] {
         CompressedArchive a;
         CompressedArchive::resetEntryCount();
         status |= a.writeArchive(engineTree.c_str(), engineMa.c_str(), nullptr);
     });
-    Timing tarPack = bestOf2(nothing, [&] { run("tar czf '" + tgz + "' -C '" + dir + "' tree"); });
-    Timing unpack = bestOf2([&] { removeTree(maOut); mkdir(maOut.c_str(), 0755); }, [&] {
+    bench::Timing tarPack =
+        bench::bestOf(2, nothing, [&] { bench::run("tar czf '" + tgz + "' -C '" + dir + "' tree"); });
+    bench::Timing unpack = bench::bestOf(2, [&] { bench::removeTree(maOut); mkdir(maOut.c_str(), 0755); }, [&] {
         CompressedArchive a;
         CompressedArchive::resetEntryCount();
         status |= a.readArchive(engineMa.c_str(), engineOut.c_str());
     });
-    Timing tarUnpack = bestOf2([&] { removeTree(tarOut); mkdir(tarOut.c_str(), 0755); },
-                               [&] { run("tar xzf '" + tgz + "' -C '" + tarOut + "'"); });
+    bench::Timing tarUnpack = bench::bestOf(2, [&] { bench::removeTree(tarOut); mkdir(tarOut.c_str(), 0755); },
+                                            [&] { bench::run("tar xzf '" + tgz + "' -C '" + tarOut + "'"); });
     if (status != 0) {
         fprintf(stderr, "the archive failed: status %d\n", status);
-        removeTree(dir);
+        bench::removeTree(dir);
         return 1;
     }
     // The unpacked tree must be the tree.
     bool same = system(("diff -r -q '" + tree + "' '" + maOut + "' >/dev/null").c_str()) == 0;
 
-    long long maSize = fileSize(ma), tgzSize = fileSize(tgz);
+    long long maSize = bench::fileSize(ma), tgzSize = bench::fileSize(tgz);
     printf("tree          %8.1f MB\n", bytes / 1048576.0);
     printf("pack   %7.2f s   tar czf %7.2f s   ratio %.2f    processor %6.2f s against %6.2f s   ratio %.2f\n",
            pack.wall, tarPack.wall, pack.wall / tarPack.wall, pack.cpu, tarPack.cpu, pack.cpu / tarPack.cpu);
@@ -249,6 +176,6 @@ int main() {
     printf("size   %8.1f%% of the tree   tar.gz %8.1f%%   ratio %.2f\n", 100.0 * maSize / bytes,
            100.0 * tgzSize / bytes, static_cast<double>(maSize) / tgzSize);
     printf("round trip %s\n", same ? "identical" : "DIFFERS");
-    removeTree(dir);
+    bench::removeTree(dir);
     return same ? 0 : 1;
 }

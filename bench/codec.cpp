@@ -32,6 +32,7 @@
 
 #include "archive/explode.h"
 #include "archive/implode.h"
+#include "benchsupport.h"
 
 #ifdef KV_HAVE_ZLIB
 #include <zlib.h>
@@ -191,15 +192,6 @@ size_t runPeerExplode(const Peer& peer, const Bytes& in, Bytes& out, unsigned* r
 
 int runs = 3;
 
-// CPU time of this thread: on a shared machine, time spent waiting for a
-// core does not count against whichever codec happened to run.
-double threadSeconds()
-{
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return t.tv_sec + t.tv_nsec * 1e-9;
-}
-
 // One measured job of a round.
 struct Job {
     std::string name;
@@ -213,9 +205,11 @@ void measure(std::vector<Job>& jobs)
 {
     for (int round = 0; round < runs; ++round)
         for (Job& job : jobs) {
-            double start = threadSeconds();
+            // CPU time of this thread: on a shared machine, time spent
+            // waiting for a core does not count against whichever codec ran.
+            double start = bench::threadCpuSeconds();
             job.work();
-            double seconds = threadSeconds() - start;
+            double seconds = bench::threadCpuSeconds() - start;
             if (seconds < job.best) job.best = seconds;
         }
 }

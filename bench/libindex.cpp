@@ -10,7 +10,6 @@
 // with two names and most with a parent. Each figure is the best of five
 // runs, printed as a ratio to the baseline; the look-ups should cost less
 // than a second reading of the file (ratio below 1).
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,25 +18,11 @@
 #include <unistd.h>
 #include <vector>
 
+#include "benchsupport.h"
 #include "libraries/libraryitem.h"
 #include "operations/operation.h"
 #include "platform/platform.h"
 #include "workspace/workspace.h"
-
-static double bestOf5(const std::function<void()>& work) {
-    double best = 1e30;
-    for (int i = 0; i < 5; ++i) {
-        auto start = std::chrono::steady_clock::now();
-        work();
-        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        if (seconds < best) best = seconds;
-    }
-    return best;
-}
-
-static void report(const char* name, double measured, double baseline) {
-    printf("%-8s %10.3f ms   ratio to one fgets read %.3f\n", name, measured * 1e3, measured / baseline);
-}
 
 // An operation that only has to exist: look-ups tell it that they read.
 class QuietOperation : public InternalFunctionObject {
@@ -79,23 +64,14 @@ int main() {
     int symbols = 50000;
     if (const char* n = getenv("KV_BENCH_SYMBOLS")) symbols = atoi(n) > 0 ? atoi(n) : symbols;
 
-    char dirTemplate[] = "/tmp/kv_bench_libindex_XXXXXX";
-    if (!mkdtemp(dirTemplate)) {
-        perror("mkdtemp");
-        return 1;
-    }
-    std::string dir = dirTemplate;
+    std::string dir = bench::makeTempDir("libindex");
     std::string hostFile = dir + "/big.slb";
     std::string content = makeLibrary(symbols);
-    FILE* out = fopen(hostFile.c_str(), "wb");
-    if (!out || fwrite(content.data(), 1, content.size(), out) != content.size() || fclose(out) != 0) {
-        perror(hostFile.c_str());
-        return 1;
-    }
+    bench::writeHost(hostFile, content);
     printf("library of %d symbols, %.1f MB\n", symbols, content.size() / 1048576.0);
 
     // Baseline: one read of the file with fgets.
-    double baseline = bestOf5([&] {
+    double baseline = bench::bestOf(5, [&] {
         FILE* in = fopen(hostFile.c_str(), "rb");
         char line[1024];
         size_t lines = 0;
@@ -111,11 +87,11 @@ int main() {
         static_cast<LibraryFileItem*>(ws->addLibraryItem(ToEnginePath(hostFile.c_str()).c_str(), nullptr));
     QuietOperation op;
 
-    double index = bestOf5([&] {
+    double index = bench::bestOf(5, [&] {
         library->releaseIndex();
         if (!library->findIndexEntry("SYM0", op)) abort();
     });
-    report("index", index, baseline);
+    bench::report("index", index, "one fgets read", baseline);
 
     // 200 names spread over the library, in both forms, one missing.
     std::vector<std::string> names;
@@ -125,13 +101,13 @@ int main() {
     }
     names.back() = "NOT_THERE";
     int found = 0;
-    double lookups = bestOf5([&] {
+    double lookups = bench::bestOf(5, [&] {
         found = 0;
         for (const std::string& name : names) found += library->findIndexEntry(name.c_str(), op) != nullptr;
     });
-    report("lookups", lookups, baseline);
+    bench::report("lookups", lookups, "one fgets read", baseline);
 
-    double walk = bestOf5([&] {
+    double walk = bench::bestOf(5, [&] {
         int hits = 0;
         for (const std::string& name : names) {
             std::string key = "," + name + ",";
@@ -144,12 +120,11 @@ int main() {
         }
         if (hits != found) abort();
     });
-    report("walk", walk, baseline);
+    bench::report("walk", walk, "one fgets read", baseline);
     printf("%d of %zu names found; look-ups %s a second reading of the file\n", found, names.size(),
            lookups < baseline ? "cost less than" : "cost MORE than");
 
     delete ws;
-    unlink(hostFile.c_str());
-    rmdir(dir.c_str());
+    bench::removeTree(dir);
     return 0;
 }

@@ -12,25 +12,14 @@
 // blanks, UNC names, relative paths. KV_BENCH_PATHS sets the count
 // (default 1000000). Each figure is the best of three runs, printed with
 // its ratio to the copy.
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "benchsupport.h"
 #include "paths/pathstring.h"
-
-static double bestOf3(const std::function<void()>& work) {
-    double best = 1e30;
-    for (int i = 0; i < 3; ++i) {
-        auto start = std::chrono::steady_clock::now();
-        work();
-        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        if (seconds < best) best = seconds;
-    }
-    return best;
-}
 
 // A small deterministic generator, so that every run sees the same paths.
 static unsigned long long state = 0x9E3779B97F4A7C15ull;
@@ -87,10 +76,6 @@ static std::string otherCase(const std::string& s) {
     return r;
 }
 
-static void report(const char* name, double seconds, double baseline, const char* against) {
-    printf("%-8s %9.2f ms   ratio %.2f against %s\n", name, seconds * 1e3, seconds / baseline, against);
-}
-
 int main() {
     const char* env = getenv("KV_BENCH_PATHS");
     size_t count = env ? strtoul(env, nullptr, 10) : 1000000;
@@ -107,14 +92,14 @@ int main() {
     // Baseline: a plain copy of every path.
     size_t sink = 0;
     std::vector<std::string> copies(count);
-    double copy = bestOf3([&] {
+    double copy = bench::bestOf(3, [&] {
         for (size_t i = 0; i < count; ++i) copies[i] = texts[i];
         sink += copies[count / 2].size();
     });
 
     // tidyUp(false): the same copy, then the tidying.
     std::vector<pathstring> tidied(count);
-    double tidy = bestOf3([&] {
+    double tidy = bench::bestOf(3, [&] {
         for (size_t i = 0; i < count; ++i) {
             tidied[i].assign(texts[i]);  // std::string::assign: no tidying
             tidied[i].tidyUp(false);
@@ -140,13 +125,13 @@ int main() {
         }
     }
     size_t equal = 0;
-    double quick = bestOf3([&] {
+    double quick = bench::bestOf(3, [&] {
         size_t n = 0;
         for (size_t i = 0; i < count; ++i) n += tidied[i].compareEqualQuickly(partners[i]);
         equal = n;
     });
     size_t plainEqual = 0;
-    double plain = bestOf3([&] {
+    double plain = bench::bestOf(3, [&] {
         size_t n = 0;
         for (size_t i = 0; i < count; ++i)
             n += static_cast<const std::string&>(tidied[i]) == static_cast<const std::string&>(partners[i]);
@@ -154,9 +139,9 @@ int main() {
     });
 
     printf("copy     %9.2f ms   (baseline: std::string copy of every path)\n", copy * 1e3);
-    report("tidyUp", tidy, copy, "the copy (includes its own copy)");
-    report("equal", quick, copy, "the copy");
-    report("==", plain, copy, "the copy (std::string ==, case-sensitive)");
+    bench::report("tidyUp", tidy, "the copy (includes its own copy)", copy);
+    bench::report("equal", quick, "the copy", copy);
+    bench::report("==", plain, "the copy (std::string ==, case-sensitive)", copy);
     printf("equal/== %.2f   (compareEqualQuickly against std::string ==)\n", quick / plain);
     printf("pairs equal: %zu without case, %zu exactly; checksum %zu\n", equal, plainEqual, sink);
     return 0;

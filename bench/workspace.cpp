@@ -21,50 +21,18 @@
 // ratios from 10,000 to 100,000 files shows whether the cost grows
 // faster than the files.
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <functional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
+#include "benchsupport.h"
 #include "workspace/workspace.h"
-
-static double timed(const std::function<void()>& work) {
-    auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-static void writeHost(const std::string& path, const std::string& content) {
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0 || write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
-        perror(path.c_str());
-        exit(1);
-    }
-    close(fd);
-}
-
-static void removeTree(const std::string& dir) {
-    DIR* d = opendir(dir.c_str());
-    if (!d) return;
-    while (struct dirent* e = readdir(d)) {
-        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
-        std::string path = dir + "/" + e->d_name;
-        struct stat st;
-        if (lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
-            removeTree(path);
-        else
-            unlink(path.c_str());
-    }
-    closedir(d);
-    rmdir(dir.c_str());
-}
 
 // One design family: 20 files around one stem.
 static int writeFamily(const std::string& dir, int n, int limit) {
@@ -99,7 +67,7 @@ static int writeFamily(const std::string& dir, int n, int limit) {
     int written = 0;
     for (const entry& e : family) {
         if (written == limit) break;
-        writeHost(stem + e.suffix, e.content);
+        bench::writeHost(stem + e.suffix, e.content);
         ++written;
     }
     return written;
@@ -186,12 +154,7 @@ int main() {
             ++p;
         }
     }
-    const char* tmp = getenv("TMPDIR");
-    std::string base = std::string(tmp && *tmp ? tmp : "/tmp") + "/kvbench-ws-XXXXXX";
-    std::vector<char> templ(base.begin(), base.end());
-    templ.push_back('\0');
-    if (!mkdtemp(templ.data())) return 1;
-    const std::string root = templ.data();
+    const std::string root = bench::makeTempDir("ws");
 
     std::vector<figures> results;
     printf("%8s %12s %12s %12s %12s %8s %8s %8s\n", "files", "bare walk", "layer walk", "open", "cat. walk",
@@ -208,10 +171,10 @@ int main() {
         size_t sink = 0;
         const int rounds = files >= 100000 ? 3 : 5;
         for (int round = 0; round < rounds; ++round) {
-            f.bare = std::min(f.bare, timed([&] { sink += bareWalk(dir); }));
-            f.layer = std::min(f.layer, timed([&] { sink += layerWalk(engineDir); }));
+            f.bare = std::min(f.bare, bench::timed([&] { sink += bareWalk(dir); }));
+            f.layer = std::min(f.layer, bench::timed([&] { sink += layerWalk(engineDir); }));
             workspace* ws = nullptr;
-            f.open = std::min(f.open, timed([&] {
+            f.open = std::min(f.open, bench::timed([&] {
                                   KVE_Status status;
                                   ws = OpenWorkspace(status, engineDir.c_str());
                               }));
@@ -220,7 +183,7 @@ int main() {
                 return 1;
             }
             walkCategories(*ws); // the first walk also builds the stem index
-            f.walk = std::min(f.walk, timed([&] { sink += walkCategories(*ws); }));
+            f.walk = std::min(f.walk, bench::timed([&] { sink += walkCategories(*ws); }));
             delete ws; // closing is not timed
         }
         if (sink == 0) printf("(nothing seen)\n");
@@ -228,9 +191,9 @@ int main() {
                f.open * 1e3, f.walk * 1e3, f.layer / f.bare, f.open / f.bare, f.walk / f.bare);
         fflush(stdout);
         results.push_back(f);
-        removeTree(dir);
+        bench::removeTree(dir);
     }
-    removeTree(root);
+    bench::removeTree(root);
 
     // How the ratios change from the second size to the third: near 1 means
     // the cost grows as the files do.

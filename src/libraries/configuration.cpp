@@ -309,10 +309,18 @@ bool searchPathForFile(const char* baseDir, const char* searchPath, const char* 
         for (size_t i = 0; i < dots - 2; ++i) up += "..\\";
         name = up + name.substr(dots - 2);
     }
-    std::string full = fullName(name);
+    const bool hasDrive = name.size() >= 2 && name[1] == ':';
+    const bool isUNC = name.size() >= 2 && (name[0] == '\\' || name[0] == '/') && (name[1] == '\\' || name[1] == '/');
+    const bool withDefaultExt = defaultExt && *defaultExt;
+    // The full form of the name itself, which a relative name without a
+    // default extension needs only when no directory of the list has it:
+    // a scan looks up many such names, and each full form asks for the
+    // current directory.
+    std::string full;
+    if (withDefaultExt || hasDrive || isUNC) full = fullName(name);
 
     std::string extension;
-    if (defaultExt && *defaultExt) {
+    if (withDefaultExt) {
         pathstring asPath{std::string(full)};
         if (asPath.getExt().empty()) {
             extension = defaultExt[0] == '.' ? defaultExt : std::string(".") + defaultExt;
@@ -320,8 +328,6 @@ bool searchPathForFile(const char* baseDir, const char* searchPath, const char* 
         }
     }
 
-    bool hasDrive = name.size() >= 2 && name[1] == ':';
-    bool isUNC = name.size() >= 2 && (name[0] == '\\' || name[0] == '/') && (name[1] == '\\' || name[1] == '/');
     if (hasDrive || isUNC) {
         if (tried) tried->push_back(full);
         result = pathstring(full);
@@ -343,6 +349,7 @@ bool searchPathForFile(const char* baseDir, const char* searchPath, const char* 
             return true;
         }
     }
+    if (!withDefaultExt) full = fullName(name);
     result = pathstring(full);
     return false;
 }

@@ -132,6 +132,24 @@ BOOL RemoveDirectoryA(const char* path) {
 // ---------------------------------------------------------------------------
 
 BOOL SetCurrentDirectoryA(const char* path) {
+    // A directory there as spelled takes one chdir; only where that finds
+    // nothing is the path resolved without regard to case.
+    EnginePath parsed;
+    if (path && kvParsePath(path, parsed) && parsed.kind == EnginePath::Drive) {
+        std::string host = kvDriveRoot(parsed.drive);
+        bool plain = !host.empty();
+        for (const std::string& part : parsed.parts) {
+            if (part.find_first_of("*?") != std::string::npos) plain = false;
+            host += host == "/" ? part : "/" + part;
+        }
+        if (plain) {
+            if (hostChdir(host.c_str()) == 0) return TRUE;
+            if (errno != ENOENT && errno != ENOTDIR) {
+                kvSetErrno(errno);
+                return FALSE;
+            }
+        }
+    }
     HostFile f = kvResolve(path);
     if (!f.found()) {
         f.fail();

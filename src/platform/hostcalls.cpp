@@ -3,6 +3,7 @@
 //   1. The default table: the POSIX calls, with EINTR retried
 //   2. Faults and counts
 #include "platform/hostcalls.h"
+#include "platform/internal.h"
 
 #include <cstdio>
 #include <sys/stat.h>
@@ -98,6 +99,7 @@ static unsigned long hits = 0;
 
 void kvFaultAt(HostCall kind, unsigned long n, int error, unsigned long count) {
     if (faultCount == kMaxFaults || n == 0) return;
+    kvListingCacheClear();
     Fault& f = faults[faultCount++];
     f.kind = kind;
     f.first = counts[static_cast<int>(kind)] + n;
@@ -110,6 +112,7 @@ void kvFaultsClear() {
     for (unsigned long& c : counts) c = 0;
     hits = 0;
     kvHost = kvHostDefaults;
+    kvListingCacheClear();
 }
 
 unsigned long kvHostCallCount(HostCall kind) { return counts[static_cast<int>(kind)]; }

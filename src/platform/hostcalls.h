@@ -100,7 +100,8 @@ extern const HostCallTable kvHostDefaults;
 // Up to 16 faults may wait at once.
 void kvFaultAt(HostCall kind, unsigned long n, int error, unsigned long count = 1);
 // Drops every waiting fault, puts the default table back into kvHost and
-// sets the counts to zero.
+// sets the counts to zero. Both calls also empty the layer's listing cache,
+// so that the calls counted and failed are those of the disk.
 void kvFaultsClear();
 // Calls of `kind` (Any: of all kinds) since the last kvFaultsClear, failed
 // ones included.
@@ -115,9 +116,16 @@ unsigned long kvFaultsHit();
 
 // True if this call is to fail; errno is then set.
 bool kvHostCallFails(HostCall kind);
+// Tells the listing cache that the entry at host path `path` was made,
+// removed or renamed: the listings of its directory, and of the entry
+// itself and all below it, are dropped.
+void kvListingChanged(const char* path);
 
 inline int hostOpen(const char* path, int flags, mode_t mode = 0) {
-    return kvHostCallFails(HostCall::Open) ? -1 : kvHost.open(path, flags, mode);
+    if (kvHostCallFails(HostCall::Open)) return -1;
+    int fd = kvHost.open(path, flags, mode);
+    if (fd >= 0 && (flags & O_CREAT)) kvListingChanged(path);
+    return fd;
 }
 inline ssize_t hostRead(int fd, void* buffer, size_t size) {
     return kvHostCallFails(HostCall::Read) ? -1 : kvHost.read(fd, buffer, size);
@@ -142,13 +150,32 @@ inline int hostStat(int dirfd, const char* path, int flags, unsigned int mask, s
     return kvHostCallFails(HostCall::Stat) ? -1 : kvHost.stat(dirfd, path, flags, mask, out);
 }
 inline int hostRename(const char* from, const char* to) {
-    return kvHostCallFails(HostCall::Rename) ? -1 : kvHost.rename(from, to);
+    if (kvHostCallFails(HostCall::Rename)) return -1;
+    int result = kvHost.rename(from, to);
+    if (result == 0) {
+        kvListingChanged(from);
+        kvListingChanged(to);
+    }
+    return result;
 }
-inline int hostUnlink(const char* path) { return kvHostCallFails(HostCall::Unlink) ? -1 : kvHost.unlink(path); }
+inline int hostUnlink(const char* path) {
+    if (kvHostCallFails(HostCall::Unlink)) return -1;
+    int result = kvHost.unlink(path);
+    if (result == 0) kvListingChanged(path);
+    return result;
+}
 inline int hostMkdir(const char* path, mode_t mode) {
-    return kvHostCallFails(HostCall::Mkdir) ? -1 : kvHost.mkdir(path, mode);
+    if (kvHostCallFails(HostCall::Mkdir)) return -1;
+    int result = kvHost.mkdir(path, mode);
+    if (result == 0) kvListingChanged(path);
+    return result;
 }
-inline int hostRmdir(const char* path) { return kvHostCallFails(HostCall::Rmdir) ? -1 : kvHost.rmdir(path); }
+inline int hostRmdir(const char* path) {
+    if (kvHostCallFails(HostCall::Rmdir)) return -1;
+    int result = kvHost.rmdir(path);
+    if (result == 0) kvListingChanged(path);
+    return result;
+}
 inline DIR* hostOpendir(const char* path) {
     return kvHostCallFails(HostCall::Opendir) ? nullptr : kvHost.opendir(path);
 }

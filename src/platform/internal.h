@@ -96,6 +96,20 @@ HostFile kvResolvePath(const EnginePath& path);
 // entry itself. False for a link that points nowhere (errno set).
 bool kvStatTarget(const HostFile& file, struct statx& out);
 
+// Looks in host directory `dir` for the first entry, in name order, whose
+// name matches `name` without regard to case, and that is a directory (or
+// a link to one) if `wantDirectory`; `match` is left empty if there is
+// none or the directory is gone. Returns false with errno set if the
+// directory cannot be read (also for want of permission): not knowing which
+// spellings exist, the caller must not take the name as missing. Served
+// from the listing cache when it is sure to be current (listings.cpp).
+// `dirStat`, if given, is a stat of `dir` (links followed) that the caller
+// has just taken; otherwise the directory is stat'ed here.
+bool kvFindCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match,
+                     const struct statx* dirStat = nullptr);
+// Empties the listing cache.
+void kvListingCacheClear();
+
 // The order of names in a listing: without regard to case (by upper-case
 // ASCII, as NTFS orders), names equal but for case by their bytes.
 int kvCompareNames(const char* a, const char* b);

@@ -6,8 +6,10 @@
 // else the first entry in name order that matches it without regard to
 // case (for a directory component, the first such directory). The walk
 // tells a missing last component (every directory there: a new file can be
-// made with the spelling given) from a missing directory. Nothing is
-// cached: every answer comes from the disk as it is now.
+// made with the spelling given) from a missing directory. The names of a
+// directory come from the listing cache (listings.cpp), which answers only
+// when it is sure to hold the directory as it is now; everything else is
+// asked of the disk at each look-up.
 //
 //   1. Name order and comparison
 //   2. The walk
@@ -56,43 +58,6 @@ static bool statPath(const std::string& path, bool follow, struct statx& out) {
     return hostStat(AT_FDCWD, path.c_str(), follow ? 0 : AT_SYMLINK_NOFOLLOW, KV_STATX_MASK, &out) == 0;
 }
 
-// Looks in directory `dir` for the first entry, in name order, whose name
-// matches `name` without regard to case, and that is a directory (or a link
-// to one) if `wantDirectory`. Returns false with errno set if the directory
-// cannot be read (also for want of permission): not knowing which spellings
-// exist, the caller must not take the name as missing and make a second one.
-static bool findCaseMatch(const std::string& dir, const std::string& name, bool wantDirectory, std::string& match) {
-    match.clear();
-    DIR* d = hostOpendir(dir.c_str());
-    if (!d) return errno == ENOENT || errno == ENOTDIR;  // gone since its stat
-    bool ok = true;
-    for (;;) {
-        errno = 0;
-        struct dirent* e = hostReaddir(d);
-        if (!e) {
-            ok = errno == 0;
-            break;
-        }
-        if (!kvSameName(e->d_name, name.c_str())) continue;
-        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
-        if (!match.empty() && kvCompareNames(e->d_name, match.c_str()) >= 0) continue;
-        if (wantDirectory) {
-            struct statx st;
-            if (!statPath(joinHost(dir, e->d_name), true, st)) {
-                if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == EACCES) continue;
-                ok = false;
-                break;
-            }
-            if (!S_ISDIR(st.stx_mode)) continue;
-        }
-        match = e->d_name;
-    }
-    int saved = errno;
-    hostClosedir(d);
-    errno = saved;
-    return ok;
-}
-
 static HostFile failed(int error, DWORD win32) {
     HostFile f;
     f.status = HostFile::Failed;
@@ -128,29 +93,68 @@ HostFile kvResolvePath(const EnginePath& path) {
         f.win32 = kvWin32FromErrno(errno);
         return f;
     }
+    const bool lastMissing = errno == ENOENT;  // as spelled, if its directory is there
 
-    // Walk from the root.
-    std::string dir = root;
-    struct statx st;
-    bool rootThere = statPath(dir, true, st);
-    if (!rootThere && errno != ENOENT && errno != ENOTDIR) {
-        f.status = HostFile::Failed;
-        f.error = errno;
-        f.win32 = kvWin32FromErrno(errno);
-        return f;
-    }
-    if (!rootThere || !S_ISDIR(st.stx_mode)) {
-        f.status = HostFile::DirMissing;
-        f.error = ENOENT;
-        f.win32 = ERROR_PATH_NOT_FOUND;
-        return f;
-    }
     size_t n = path.parts.size();
-    for (size_t i = 0; i < n; ++i) {
+    struct statx st;
+    std::string dir = root;
+    size_t from = 0;
+    // The stat of `dir` where one was just taken: the listing cache checks
+    // its listing against it rather than stat'ing the directory again.
+    struct statx dirStat{};
+    bool dirStatKnown = false;
+    // Where the directory of the last component is there as spelled, a
+    // walk would take every directory by its exact name: only the last
+    // component is looked for.
+    if (n > 1) {
+        std::string parent = f.host.substr(0, f.host.size() - path.parts.back().size() - 1);
+        if (statPath(parent, true, st)) {
+            if (S_ISDIR(st.stx_mode)) {
+                dir = parent;
+                from = n - 1;
+                dirStat = st;
+                dirStatKnown = true;
+            }
+        } else if (errno != ENOENT && errno != ENOTDIR) {
+            f.status = HostFile::Failed;
+            f.error = errno;
+            f.win32 = kvWin32FromErrno(errno);
+            return f;
+        }
+    }
+
+    // Otherwise a walk from the root.
+    if (from == 0) {
+        bool rootThere = statPath(dir, true, st);
+        if (!rootThere && errno != ENOENT && errno != ENOTDIR) {
+            f.status = HostFile::Failed;
+            f.error = errno;
+            f.win32 = kvWin32FromErrno(errno);
+            return f;
+        }
+        if (!rootThere || !S_ISDIR(st.stx_mode)) {
+            f.status = HostFile::DirMissing;
+            f.error = ENOENT;
+            f.win32 = ERROR_PATH_NOT_FOUND;
+            return f;
+        }
+        dirStat = st;
+        dirStatKnown = true;
+    }
+    for (size_t i = from; i < n; ++i) {
         const std::string& name = path.parts[i];
         bool last = i + 1 == n;
         std::string exact = joinHost(dir, name);
-        if (statPath(exact, !last, st)) {
+        // The last component in a directory there as spelled is the path
+        // of the first stat, which did not find it.
+        const bool known = last && from > 0 && lastMissing;
+        bool there = false;
+        int error = ENOENT;
+        if (!known) {
+            there = statPath(exact, !last, st);
+            if (!there) error = errno;
+        }
+        if (there) {
             if (last) {
                 f.status = HostFile::Found;
                 f.host = exact;
@@ -159,6 +163,8 @@ HostFile kvResolvePath(const EnginePath& path) {
             }
             if (S_ISDIR(st.stx_mode)) {
                 dir = exact;
+                dirStat = st;
+                dirStatKnown = true;
                 continue;
             }
             // A file where a directory should be: the path does not exist.
@@ -168,15 +174,15 @@ HostFile kvResolvePath(const EnginePath& path) {
             f.win32 = ERROR_PATH_NOT_FOUND;
             return f;
         }
-        if (errno != ENOENT) {
+        if (error != ENOENT) {
             f.status = HostFile::Failed;
             f.host = appendRest(dir, path, i);
-            f.error = errno;
-            f.win32 = errno == ENOTDIR ? ERROR_PATH_NOT_FOUND : kvWin32FromErrno(errno);
+            f.error = error;
+            f.win32 = error == ENOTDIR ? ERROR_PATH_NOT_FOUND : kvWin32FromErrno(error);
             return f;
         }
         std::string match;
-        if (!findCaseMatch(dir, name, !last, match)) {
+        if (!kvFindCaseMatch(dir, name, !last, match, dirStatKnown ? &dirStat : nullptr)) {
             f.status = HostFile::Failed;
             f.host = appendRest(dir, path, i);
             f.error = errno;
@@ -213,6 +219,7 @@ HostFile kvResolvePath(const EnginePath& path) {
             return f;
         }
         dir = found;
+        dirStatKnown = false;
     }
     // No components: the drive root itself, which the first stat would have
     // found unless it vanished in between.

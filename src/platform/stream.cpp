@@ -17,11 +17,15 @@
 // stream failed before, so that a caller who checks only fclose learns that
 // the file is not what was written.
 //
+// A stream that only reads or only writes has a buffer of 64 KB; text is
+// read from the host straight into it and translated in place.
+//
 //   1. Modes
 //   2. The cookie: binary and text reading, writing, seeking, closing
 //   3. kvFopen
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "platform/hostcalls.h"
@@ -80,6 +84,12 @@ static bool parseMode(const char* mode, StreamMode& out) {
 // 2. The cookie
 // ---------------------------------------------------------------------------
 
+// The read-ahead of a text stream, made when first needed: most text is
+// read straight into the stream's buffer (readTextDirect).
+static const size_t kRawSize = 1 << 16;
+// The buffer of a stream that only reads or only writes.
+static const size_t kStreamBufferSize = 1 << 16;
+
 struct StreamCookie {
     int fd = -1;
     bool translate = false;  // CR LF to LF on reading
@@ -89,11 +99,16 @@ struct StreamCookie {
     bool rawEnd = false;     // the file has no more bytes
     int64_t position = 0;    // characters delivered so far
     int writeError = 0;      // the first write that failed: fclose reports it
+    // The stream's own buffer, for a stream that only reads or only writes
+    // (glibc would choose 8 KB). It lives as long as the cookie: fclose no longer reads
+    // it once it has called cookieClose.
+    std::unique_ptr<char[]> streamBuffer;  // not cleared: glibc fills it
 };
 
 // Reads raw bytes into the cookie's buffer, keeping `keep` bytes from its
 // position. Returns the count read, 0 at the end, -1 on error.
 static ssize_t refill(StreamCookie* c, size_t keep) {
+    if (c->raw.empty()) c->raw.resize(kRawSize);
     memmove(c->raw.data(), c->raw.data() + c->rawPosition, keep);
     c->rawPosition = 0;
     c->rawLength = keep;
@@ -103,11 +118,55 @@ static ssize_t refill(StreamCookie* c, size_t keep) {
     return n;
 }
 
-// Delivers up to `size` characters of text: CR LF becomes LF.
+// Reads straight into `out` (at most `size` bytes), turning CR LF into LF
+// there; a CR that ends what was read is held back in the cookie's buffer
+// until its next byte is known. Returns the characters delivered (0 at the
+// end of the file, or when only a CR was read), -1 on error.
+static ssize_t readTextDirect(StreamCookie* c, char* out, size_t size) {
+    ssize_t n = hostRead(c->fd, out, size);
+    if (n <= 0) {
+        if (n == 0) c->rawEnd = true;
+        return n;
+    }
+    char* end = out + n;
+    char* cr = static_cast<char*>(memchr(out, '\r', static_cast<size_t>(n)));
+    if (!cr) return n;
+    char* to = cr;
+    for (const char* from = cr; from < end;) {
+        if (*from == '\r') {
+            if (from + 1 == end) {
+                if (c->raw.empty()) c->raw.resize(kRawSize);
+                c->raw[0] = '\r';
+                c->rawPosition = 0;
+                c->rawLength = 1;
+                break;
+            }
+            if (from[1] == '\n') {
+                ++from;  // drop the CR
+                continue;
+            }
+        }
+        *to++ = *from++;
+    }
+    return to - out;
+}
+
+// Delivers up to `size` characters of text: CR LF becomes LF. Where the
+// cookie holds nothing and much is asked, the host's bytes go straight to
+// the caller rather than through the cookie's buffer.
 static ssize_t readText(StreamCookie* c, char* out, size_t size) {
     size_t delivered = 0;
     while (delivered < size) {
         size_t available = c->rawLength - c->rawPosition;
+        if (available == 0 && !c->rawEnd && size - delivered >= 4096) {
+            ssize_t n = readTextDirect(c, out + delivered, size - delivered);
+            if (n < 0) {
+                if (delivered > 0) break;  // the error comes back on the next call
+                return -1;
+            }
+            delivered += static_cast<size_t>(n);
+            continue;
+        }
         if (available == 0 || (available == 1 && c->raw[c->rawPosition] == '\r' && !c->rawEnd)) {
             // Out of bytes, or a CR whose next byte is not here yet.
             if (c->rawEnd && available == 0) break;
@@ -260,7 +319,6 @@ FILE* kvFopen(const char* path, const char* mode) {
     StreamCookie* c = new StreamCookie;
     c->fd = fd;
     c->translate = m.text && m.reading && !m.writing;
-    if (c->translate) c->raw.resize(1 << 16);
     cookie_io_functions_t functions;
     functions.read = cookieRead;
     functions.write = cookieWrite;
@@ -273,6 +331,13 @@ FILE* kvFopen(const char* path, const char* mode) {
         delete c;
         kvSetErrno(error);
         return nullptr;
+    }
+    // A stream that only reads or only writes moves the file in large
+    // blocks: fewer calls of the host, and text goes from the host to the
+    // stream's buffer in one copy.
+    if (m.reading != m.writing) {
+        c->streamBuffer.reset(new char[kStreamBufferSize]);
+        setvbuf(stream, c->streamBuffer.get(), _IOFBF, kStreamBufferSize);
     }
     return stream;
 }

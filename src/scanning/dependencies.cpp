@@ -15,6 +15,7 @@
 //   4. The fileItem questions: hasChildren, getDependencyClosure,
 //      getChildren, selectRelated.
 #include <algorithm>
+#include <unordered_set>
 #include <vector>
 
 #include "libraries/configuration.h"
@@ -145,29 +146,40 @@ void DesignFileItem::appendDependencies(fileItemList& list, const KVE_localizeEn
     }
 }
 
-static bool listHolds(const fileItemList& list, fileItem* item) {
-    return std::find(list.begin(), list.end(), item) != list.end();
+void DesignFileItem::collectClosure(fileItemList& list, callBack* client) {
+    std::unordered_set<const fileItem*> held(list.begin(), list.end());
+    collectClosure(list, held, client);
 }
 
-void DesignFileItem::collectClosure(fileItemList& list, callBack* client) {
+void DesignFileItem::collectClosure(fileItemList& list, std::unordered_set<const fileItem*>& held,
+                                    callBack* client) {
     scanIfStale(*this, client);
     // Deeper levels tell the client nothing.
     static dummyCallback nobody;
     for (const std::list<fileItem*>* related : {&fileDependencies, &systemDependencies}) {
         for (fileItem* item : *related) {
-            if (listHolds(list, item)) continue;
+            if (!held.insert(item).second) continue;
             list.push_back(item);
-            if (DesignFileItem* design = dynamic_cast<DesignFileItem*>(item)) design->collectClosure(list, &nobody);
+            if (DesignFileItem* design = dynamic_cast<DesignFileItem*>(item))
+                design->collectClosure(list, held, &nobody);
         }
     }
 }
 
 void DesignFileItem::collectLocalClosure(fileItemList& list, callBack* client) {
+    std::unordered_set<const fileItem*> held(list.begin(), list.end());
+    collectLocalClosure(list, held, client);
+}
+
+void DesignFileItem::collectLocalClosure(fileItemList& list, std::unordered_set<const fileItem*>& held,
+                                         callBack* client) {
     scanIfStale(*this, client);
     for (fileItem* item : fileDependencies) {
-        if (!item->isLocal() || listHolds(list, item)) continue;
+        if (!item->isLocal() || held.count(item)) continue;
+        held.insert(item);
         list.push_back(item);
-        if (DesignFileItem* design = dynamic_cast<DesignFileItem*>(item)) design->collectLocalClosure(list, client);
+        if (DesignFileItem* design = dynamic_cast<DesignFileItem*>(item))
+            design->collectLocalClosure(list, held, client);
     }
 }
 

@@ -30,6 +30,7 @@
 #include <list>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "paths/pathstring.h"
@@ -260,6 +261,10 @@ public:
     void collectClosure(fileItemList& list, callBack* client);
     // The same over file dependencies of locality Local or Local_subdir.
     void collectLocalClosure(fileItemList& list, callBack* client);
+    // The work of the two above; `held` holds what list holds, so that
+    // asking whether an item is there does not walk the list.
+    void collectClosure(fileItemList& list, std::unordered_set<const fileItem*>& held, callBack* client);
+    void collectLocalClosure(fileItemList& list, std::unordered_set<const fileItem*>& held, callBack* client);
     // Records a found item (null is ignored): system files into
     // systemDependencies, others into fileDependencies (a library also
     // into usedLibraries).

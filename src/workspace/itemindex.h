@@ -45,6 +45,13 @@ typedef std::set<DesignFileItem*, itemOrder> orderedItems;
 // to case (compareEqualQuickly, _stricmp).
 std::string foldCase(const std::string& text);
 
+// Whether the long-name form of the tidied path differs from the path only
+// in the case of its components (and a trailing backslash): a path with a
+// drive letter, no wildcard, and no component that the file system would
+// read differently (".", "..", a trailing dot or blank). For such a path
+// the case-blind key can be formed without asking the disk.
+bool longNameOnlyChangesCase(const pathstring& path);
+
 // ---------------------------------------------------------------------------
 // 2. itemIndex
 // ---------------------------------------------------------------------------

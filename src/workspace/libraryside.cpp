@@ -13,6 +13,7 @@
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "workspace/context.h"
+#include "workspace/itemindex.h"
 #include "workspace/workspace.h"
 
 // ---------------------------------------------------------------------------
@@ -24,9 +25,16 @@ static pathstring fullPathOf(fileItem* item) { return pathstring(std::string(ite
 
 fileItem* DesignWorkspace::findLibraryItem(const char* path_) {
     pathstring path(path_ ? path_ : ""); // tidied on assignment
-    std::string longName;
-    path.getLFN(longName);
-    pathstring wanted{longName};
+    // The comparison ignores case: where the long name could differ from
+    // the path in case alone, the disk need not be asked for it.
+    pathstring wanted;
+    if (longNameOnlyChangesCase(path) && path.back() != '\\') {
+        wanted = path;
+    } else {
+        std::string longName;
+        path.getLFN(longName);
+        wanted = pathstring{longName};
+    }
     for (fileItem* item : libraryItems)
         if (fullPathOf(item).compareEqualQuickly(wanted)) return item;
     return nullptr;

@@ -161,12 +161,7 @@ void DesignWorkspace::refresh() {
 // 4. addFileItem
 // ---------------------------------------------------------------------------
 
-// Whether the long-name form of the tidied path differs from the path only
-// in the case of its components (and a trailing backslash): a path with a
-// drive letter, no wildcard, and no component that the file system would
-// read differently (".", "..", a trailing dot or blank). For such a path
-// the case-blind key can be formed without asking the disk.
-static bool longNameOnlyChangesCase(const pathstring& path) {
+bool longNameOnlyChangesCase(const pathstring& path) {
     if (!path.hasDriveLetter() || path.isUNCname()) return false;
     if (path.find_first_of("*?") != std::string::npos) return false;
     size_t start = 2;

@@ -301,6 +301,31 @@ TEST(CurrentDirectory, EngineFormBothWays) {
     EXPECT_EQ(static_cast<DWORD>(ERROR_DIRECTORY), GetLastError());
 }
 
+TEST(CurrentDirectory, ExactSpellingsWildcardsAndFailures) {
+    CwdGuard guard;
+    TempDir dir;
+    writeFile(dir.host("Exact/x.txt"), "");
+    writeFile(dir.host("a*/y.txt"), "");  // a host name that Windows cannot have
+    char buffer[MAX_PATH];
+
+    ASSERT_TRUE(SetCurrentDirectoryA(dir.engine("Exact").c_str()));
+    EXPECT_EQ(dir.engine("Exact"), std::string(buffer, GetCurrentDirectoryA(sizeof buffer, buffer)));
+    SetLastError(0);
+    EXPECT_FALSE(SetCurrentDirectoryA(dir.engine("a*").c_str())) << "a wildcard names nothing";
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_NAME), GetLastError());
+    EXPECT_EQ(dir.engine("Exact"), std::string(buffer, GetCurrentDirectoryA(sizeof buffer, buffer)));
+
+    // A chdir that fails for another reason than a missing name is final.
+    kvFaultAt(HostCall::Chdir, 1, EIO);
+    SetLastError(0);
+    EXPECT_FALSE(SetCurrentDirectoryA(dir.engine().c_str()));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_IO_DEVICE), GetLastError());
+    kvFaultsClear();
+    EXPECT_EQ(dir.engine("Exact"), std::string(buffer, GetCurrentDirectoryA(sizeof buffer, buffer)));
+    ASSERT_TRUE(SetCurrentDirectoryA(dir.engine("EXACT\\..").c_str()));
+    EXPECT_EQ(dir.engine(), std::string(buffer, GetCurrentDirectoryA(sizeof buffer, buffer)));
+}
+
 // ---------------------------------------------------------------------------
 // Temporary names
 // ---------------------------------------------------------------------------

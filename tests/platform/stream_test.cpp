@@ -2,6 +2,7 @@
 // modes and the spelling of new files, and the failures of opening.
 #include "platform_test.h"
 
+#include <algorithm>
 #include <cstring>
 
 // Everything a stream yields, read in chunks of `chunk` bytes.
@@ -74,6 +75,50 @@ TEST(TextMode, CrLfAcrossEveryBufferBoundary) {
     for (size_t chunk : {1u, 7u, 4096u, 70000u})
         EXPECT_EQ(expected, readThrough(dir.engine("big.txt"), "r", chunk)) << "read in chunks of " << chunk;
     EXPECT_EQ(raw, readThrough(dir.engine("big.txt"), "rb")) << "binary keeps every byte";
+}
+
+// Host reads that return a few bytes at a time, so that a CR LF pair is
+// split between two reads at every place; and a read that fails half way.
+static size_t shortReadSize = 1;
+static ssize_t shortRead(int fd, void* buffer, size_t size) {
+    return kvHostDefaults.read(fd, buffer, std::min(size, shortReadSize));
+}
+
+TEST(TextMode, ShortReadsOfTheHostSplitCrLfAnywhere) {
+    TempDir dir;
+    std::string raw;
+    unsigned seed = 11;
+    for (int i = 0; i < 20000; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        unsigned r = (seed >> 16) % 6;
+        raw += r == 0 ? "\r\n" : r == 1 ? "\r" : r == 2 ? "\n" : std::string(1, static_cast<char>('a' + r));
+    }
+    raw += "\r\n\r";
+    writeFile(dir.host("short.txt"), raw);
+    const std::string expected = textOf(raw);
+    for (size_t piece : {1u, 2u, 3u, 5u, 4099u}) {
+        kvFaultsClear();
+        shortReadSize = piece;
+        kvHost.read = shortRead;
+        for (size_t chunk : {1u, 4096u, 70000u})
+            EXPECT_EQ(expected, readThrough(dir.engine("short.txt"), "r", chunk))
+                << "host reads of " << piece << ", chunks of " << chunk;
+    }
+    kvFaultsClear();
+
+    // A read that fails after some text was delivered: what came is right,
+    // and the stream reports the error.
+    FILE* f = kvFopen(dir.engine("short.txt").c_str(), "r");
+    ASSERT_NE(nullptr, f);
+    shortReadSize = 1000;
+    kvHost.read = shortRead;
+    kvFaultAt(HostCall::Read, 3, EIO, 0);
+    std::string got = readAll(f, 100000);
+    EXPECT_TRUE(ferror(f));
+    EXPECT_EQ(expected.substr(0, got.size()), got);
+    EXPECT_LT(got.size(), expected.size());
+    fclose(f);
+    kvFaultsClear();
 }
 
 TEST(TextMode, PositionsCountCharactersAsRead) {
