@@ -30,45 +30,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "benchsupport.h"
 #include "operations/operation.h"
 #include "platform/platform.h"
 #include "workspace/workspace.h"
-
-static double bestOf3(const std::function<void()>& work) {
-    double best = 1e30;
-    for (int i = 0; i < 3; ++i) {
-        auto start = std::chrono::steady_clock::now();
-        work();
-        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        if (seconds < best) best = seconds;
-    }
-    return best;
-}
-
-static void writeHost(const std::string& path, const std::string& content) {
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0 || write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
-        perror(path.c_str());
-        exit(1);
-    }
-    close(fd);
-}
-
-static void removeTree(const std::string& dir) {
-    DIR* d = opendir(dir.c_str());
-    if (!d) return;
-    while (struct dirent* e = readdir(d)) {
-        if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
-        const std::string path = dir + "/" + e->d_name;
-        struct stat st;
-        if (lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
-            removeTree(path);
-        else
-            unlink(path.c_str());
-    }
-    closedir(d);
-    rmdir(dir.c_str());
-}
 
 // A library: an index line per entry, then the entries' texts.
 static std::string makeLibrary(const std::vector<std::pair<std::string, std::string>>& entries) {
@@ -152,12 +117,13 @@ public:
     bool acceptsItem(fileItem*) override { return true; }
 };
 
+using namespace bench;
+
 int main() {
     SetTraceOutput(nullptr);
-    char root[] = "/tmp/kvbench-sch-XXXXXX";
-    if (!mkdtemp(root)) return 1;
-    const std::string dir = std::string(root) + "/design";
-    const std::string target = std::string(root) + "/target";
+    const std::string root = makeTempDir("sch");
+    const std::string dir = root + "/design";
+    const std::string target = root + "/target";
     mkdir(dir.c_str(), 0755);
     mkdir(target.c_str(), 0755);
 
@@ -179,30 +145,13 @@ int main() {
     printf("schematic of %d pages and %d parts, %d libraries of %d symbols; %.1f MB in all\n", pages, parts,
            libraries, symbolsPerLibrary, bytes / 1e6);
 
-    std::vector<char> buffer(65536);
-    const double cat = bestOf3([&] {
-        for (const std::string& file : files) {
-            int fd = open(file.c_str(), O_RDONLY);
-            while (read(fd, buffer.data(), buffer.size()) > 0) {
-            }
-            close(fd);
-        }
-    });
+    const double cat = bestOf(3, [&] { catFiles(files); });
     // The same with the cat program itself, process start included.
     std::string command = "cat";
     for (const std::string& file : files) command += " '" + file + "'";
     command += " > /dev/null";
-    const double catProgram = bestOf3([&] {
-        if (system(command.c_str()) != 0) exit(1);
-    });
-    const double cp = bestOf3([&] {
-        int in = open(files[0].c_str(), O_RDONLY);
-        int out = open((target + "/copy.sch").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        for (ssize_t n; (n = read(in, buffer.data(), buffer.size())) > 0;)
-            if (write(out, buffer.data(), n) != n) exit(1);
-        close(in);
-        close(out);
-    });
+    const double catProgram = bestOf(3, [&] { run(command); });
+    const double cp = bestOf(3, [&] { copyFile(files[0], target + "/copy.sch"); });
 
     // Each run on a fresh workspace, so that the libraries' indexes are read
     // and every symbol is looked up anew.
@@ -224,7 +173,7 @@ int main() {
     KVE_Status status;
     std::unique_ptr<workspace> ws(OpenWorkspace(status, ToEnginePath(dir.c_str()).c_str()));
     DesignFileItem* top = static_cast<DesignFileItem*>(ws->findItem(ToEnginePath(files[0].c_str()).c_str()));
-    const double rewrite = bestOf3([&] {
+    const double rewrite = bestOf(3, [&] {
         bareNameOperation op;
         top->rewriteFile(nullptr, pathstring(ToEnginePath(files[0].c_str()).c_str()),
                          pathstring(ToEnginePath((target + "/top.sch").c_str()).c_str()), op);

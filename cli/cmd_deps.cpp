@@ -127,26 +127,6 @@ static void printUsed(const std::vector<usedEntry>& entries, const char* kind, c
     }
 }
 
-static void writeUsed(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind) {
-    j.beginArray();
-    for (const usedEntry& entry : entries) {
-        if (entry.kind != kind) continue;
-        j.beginObject();
-        j.field("name", entry.name);
-        if (entry.library.empty())
-            j.field("library", static_cast<const char*>(nullptr));
-        else
-            j.field("library", entry.library);
-        j.field("locality", entry.locality);
-        if (entry.parent.empty())
-            j.field("parent", static_cast<const char*>(nullptr));
-        else
-            j.field("parent", entry.parent);
-        j.endObject();
-    }
-    j.endArray();
-}
-
 static void writeNodes(JsonWriter& j, const std::vector<depNode>& nodes, bool deep) {
     j.beginArray();
     for (const depNode& node : nodes) {
@@ -187,19 +167,9 @@ public:
 
 static int runDeps(const Args& args) {
     if (args.has("ini")) SetIniFileContext(iniFileArgument(args).c_str(), nullptr);
-    const std::string file = args.positional[0];
-    pathstring path(ToEnginePath(file.c_str()).c_str());
-    if (!path.existsFile()) {
-        fprintf(stderr, "kelvault: %s: no such file\n", file.c_str());
-        return ExitErrors;
-    }
-    auto ws = openWorkspaceForCommand(ToHostPath(path.getPath().c_str()));
-    if (!ws) return ExitErrors;
-    DesignFileItem* item = dynamic_cast<DesignFileItem*>(ws->findItem(path.c_str()));
-    if (!item) {
-        fprintf(stderr, "kelvault: %s is not a file of its directory's workspace\n", file.c_str());
-        return ExitErrors;
-    }
+    std::unique_ptr<workspace> ws;
+    DesignFileItem* item = openDesignFileForCommand(args.positional[0], ws);
+    if (!item) return ExitErrors;
     const bool deep = args.has("closure");
     stderrClient client;
     std::set<fileItem*> seen{item};
@@ -219,11 +189,11 @@ static int runDeps(const Args& args) {
         j.key("dependencies");
         writeNodes(j, nodes, deep);
         j.key("symbols");
-        writeUsed(j, used, "symbol");
+        writeUsedEntries(j, used, "symbol");
         j.key("packages");
-        writeUsed(j, used, "package");
+        writeUsedEntries(j, used, "package");
         j.key("models");
-        writeUsed(j, used, "model");
+        writeUsedEntries(j, used, "model");
         j.endObject();
         printf("\n");
     } else {

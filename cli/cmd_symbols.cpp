@@ -62,26 +62,6 @@ static void printProblems(const std::vector<scanProblem>& problems) {
 // 2. JSON output
 // ---------------------------------------------------------------------------
 
-static void writeKind(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind) {
-    j.beginArray();
-    for (const usedEntry& entry : entries) {
-        if (entry.kind != kind) continue;
-        j.beginObject();
-        j.field("name", entry.name);
-        if (entry.library.empty())
-            j.field("library", static_cast<const char*>(nullptr));
-        else
-            j.field("library", entry.library);
-        j.field("locality", entry.locality);
-        if (entry.parent.empty())
-            j.field("parent", static_cast<const char*>(nullptr));
-        else
-            j.field("parent", entry.parent);
-        j.endObject();
-    }
-    j.endArray();
-}
-
 static void writeProblems(JsonWriter& j, const std::vector<scanProblem>& problems) {
     j.beginArray();
     for (const scanProblem& problem : problems) {
@@ -101,19 +81,9 @@ static void writeProblems(JsonWriter& j, const std::vector<scanProblem>& problem
 
 static int runSymbols(const Args& args) {
     if (args.has("ini")) SetIniFileContext(iniFileArgument(args).c_str(), nullptr);
-    const std::string file = args.positional[0];
-    pathstring path(ToEnginePath(file.c_str()).c_str());
-    if (!path.existsFile()) {
-        fprintf(stderr, "kelvault: %s: no such file\n", file.c_str());
-        return ExitErrors;
-    }
-    auto ws = openWorkspaceForCommand(ToHostPath(path.getPath().c_str()));
-    if (!ws) return ExitErrors;
-    DesignFileItem* item = dynamic_cast<DesignFileItem*>(ws->findItem(path.c_str()));
-    if (!item) {
-        fprintf(stderr, "kelvault: %s is not a file of its directory's workspace\n", file.c_str());
-        return ExitErrors;
-    }
+    std::unique_ptr<workspace> ws;
+    DesignFileItem* item = openDesignFileForCommand(args.positional[0], ws);
+    if (!item) return ExitErrors;
     problemCollector client;
     item->getFileDependencies(&client); // scans the file
     const std::vector<usedEntry> entries = usedEntriesOf(*item, *ws);
@@ -124,11 +94,11 @@ static int runSymbols(const Args& args) {
         j.field("file", hostPathOf(item->getFullPath()));
         j.field("type", std::string(item->getFileType().getFileString()));
         j.key("symbols");
-        writeKind(j, entries, "symbol");
+        writeUsedEntries(j, entries, "symbol");
         j.key("packages");
-        writeKind(j, entries, "package");
+        writeUsedEntries(j, entries, "package");
         j.key("models");
-        writeKind(j, entries, "model");
+        writeUsedEntries(j, entries, "model");
         j.key("problems");
         writeProblems(j, client.problems);
         j.endObject();

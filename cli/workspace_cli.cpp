@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "json.h"
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "workspace/context.h"
@@ -121,4 +122,37 @@ void problemCollector::notify(callBackRecord& record) {
     problem.detail = record.detail ? record.detail : "";
     problem.message = message;
     problems.push_back(problem);
+}
+
+void writeUsedEntries(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind) {
+    j.beginArray();
+    for (const usedEntry& entry : entries) {
+        if (entry.kind != kind) continue;
+        j.beginObject();
+        j.field("name", entry.name);
+        if (entry.library.empty())
+            j.field("library", static_cast<const char*>(nullptr));
+        else
+            j.field("library", entry.library);
+        j.field("locality", entry.locality);
+        if (entry.parent.empty())
+            j.field("parent", static_cast<const char*>(nullptr));
+        else
+            j.field("parent", entry.parent);
+        j.endObject();
+    }
+    j.endArray();
+}
+
+DesignFileItem* openDesignFileForCommand(const std::string& hostFile, std::unique_ptr<workspace>& ws) {
+    pathstring path(ToEnginePath(hostFile.c_str()).c_str());
+    if (!path.existsFile()) {
+        fprintf(stderr, "kelvault: %s: no such file\n", hostFile.c_str());
+        return nullptr;
+    }
+    ws = openWorkspaceForCommand(ToHostPath(path.getPath().c_str()));
+    if (!ws) return nullptr;
+    DesignFileItem* item = dynamic_cast<DesignFileItem*>(ws->findItem(path.c_str()));
+    if (!item) fprintf(stderr, "kelvault: %s is not a file of its directory's workspace\n", hostFile.c_str());
+    return item;
 }

@@ -50,6 +50,16 @@ struct usedEntry {
 // order and in the order met. Call after a scan (getFileDependencies).
 std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws);
 
+// The entries of kind as a JSON array of objects with name, library,
+// locality and parent (null where unknown or none).
+class JsonWriter;
+void writeUsedEntries(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind);
+
+// The design file that a command names by its host path: its directory is
+// opened as a workspace (into ws) and the file's item returned. On failure
+// prints why on stderr and returns null.
+DesignFileItem* openDesignFileForCommand(const std::string& hostFile, std::unique_ptr<workspace>& ws);
+
 // A problem that a scan told its client.
 struct scanProblem {
     std::string action;   // file string of the action ("CannotFindSymbol")

@@ -5,20 +5,7 @@
 #include <cstdio>
 
 #include "scanning/scantest.h"
-
-// Runs kelvault with arguments; out: its standard output. Returns the exit
-// status.
-static int runKelvault(const std::string& arguments, std::string& out) {
-    const std::string command = std::string(KV_BINARY_DIR) + "/kelvault " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return -1;
-    char buffer[4096];
-    size_t n;
-    out.clear();
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-    int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+#include "support/kelvault.h"
 
 TEST(KelvaultDeps, DirectAndClosure) {
     TempDir dir;

@@ -7,23 +7,9 @@
 #include <cstdio>
 
 #include "scanning/scantest.h"
+#include "support/kelvault.h"
 
 namespace {
-
-// Runs kelvault with arguments (and environment assignments in front);
-// out: its standard output. Returns the exit status.
-int runKelvault(const std::string& arguments, std::string& out, const std::string& environment = "") {
-    const std::string command =
-        environment + " " + std::string(KV_BINARY_DIR) + "/kelvault " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return -1;
-    char buffer[4096];
-    size_t n;
-    out.clear();
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 bool holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
