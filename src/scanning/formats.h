@@ -6,6 +6,8 @@
 //   3. Symbol resolution: takeWord, the Cancel of a resolution
 //      (resolution.cpp).
 //   4. Schematics: the library line (schematic.cpp).
+//   5. Library reads of a scan: beginLibraryReads, endLibraryReads
+//      (resolution.cpp).
 #pragma once
 
 #include <cstdio>
@@ -69,3 +71,13 @@ struct libraryLine {
 // and name.ext2; either place may be empty. A line with fewer than two
 // words, or an empty second one, is a symbol library name as a whole.
 libraryLine splitLibraryLine(const char* line);
+
+// ---------------------------------------------------------------------------
+// 5. Library reads of a scan
+// ---------------------------------------------------------------------------
+
+// Between these calls (they nest) the libraries that symbol resolution
+// reads stay open; the outermost end closes them. scanFile brackets its
+// pass with them.
+void beginLibraryReads();
+void endLibraryReads();

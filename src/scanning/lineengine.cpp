@@ -6,6 +6,7 @@
 //   3. The dispatch tables: file type -> line handler, state -> grammar.
 //   4. nextDependency.
 //   5. scanFile and rewriteFile.
+#include "scanning/formats.h"
 #include "scanning/lineengine.h"
 
 #include <algorithm>
@@ -357,8 +358,10 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
             char work[scanLineSize] = "";
             int state = Line;
             resetPassReader(in);
+            beginLibraryReads();
             while (nextDependency(in, nullptr, work, op, state)) {
             }
+            endLibraryReads();
             resetPassReader(nullptr);
             fclose(in);
             SetCurrentDirectoryA(saved);

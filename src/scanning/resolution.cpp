@@ -225,6 +225,51 @@ struct entryTextCache {
 } // namespace
 static entryTextCache lineCache;
 
+// The libraries read while files are scanned, kept open until the
+// outermost scanFile ends: a schematic reads one entry for each part line,
+// and opening the library anew for each costs more than the read. Only a
+// scan keeps them; a read outside scanFile opens and closes as it goes.
+namespace {
+struct openLibrary {
+    const LibraryFileItem* library;
+    std::string path;
+    FILE* file;
+    std::shared_ptr<char> buffer; // the stream's; freed after the close
+};
+} // namespace
+static std::vector<openLibrary> openLibraries;
+static int libraryReadSpans = 0;
+enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
+
+void beginLibraryReads() { ++libraryReadSpans; }
+
+void endLibraryReads() {
+    if (libraryReadSpans > 0 && --libraryReadSpans > 0) return;
+    for (openLibrary& open : openLibraries) fclose(open.file);
+    openLibraries.clear();
+}
+
+// The stream of library, opened in binary; kept for the span when one is
+// open (then the caller must not close it). Null when it does not open.
+static FILE* libraryStream(LibraryFileItem* library, bool& kept) {
+    kept = libraryReadSpans > 0;
+    if (kept)
+        for (const openLibrary& open : openLibraries)
+            if (open.library == library && open.path == library->getFullPath()) return open.file;
+    FILE* file = kvFopen(library->getFullPath(), "rb");
+    if (!file || !kept) return file;
+    // Entries lie anywhere in the file: a large read-ahead would be
+    // refilled, mostly in vain, at every seek.
+    std::shared_ptr<char> buffer(new char[libraryBufferSize], std::default_delete<char[]>());
+    setvbuf(file, buffer.get(), _IOFBF, libraryBufferSize);
+    if (openLibraries.size() >= maxOpenLibraries) {
+        fclose(openLibraries.front().file);
+        openLibraries.erase(openLibraries.begin());
+    }
+    openLibraries.push_back({library, library->getFullPath(), file, buffer});
+    return file;
+}
+
 // The text of entry of library in a new buffer of size + 1024 zeroed bytes
 // (the caller deletes it), or null. The library is read in binary: the
 // index counts bytes, so the seek must too. Reports CannotReadFile for the
@@ -238,11 +283,13 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
         memcpy(text, lineCache.text.data(), lineCache.text.size());
         return text;
     }
-    FILE* file = kvFopen(library->getFullPath(), "rb");
+    bool kept = false;
+    FILE* file = libraryStream(library, kept);
     if (!file) {
         report(op, KVE_callBackAction::CannotReadFile, nullptr, library);
         return nullptr;
     }
+    clearerr(file); // a kept stream may carry the failure of an earlier read
     char* text = nullptr;
     const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
     if (position >= 0 && fseek(file, static_cast<long>(position), SEEK_SET) == 0) {
@@ -262,7 +309,7 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
             }
         }
     }
-    fclose(file);
+    if (!kept) fclose(file);
     return text;
 }
 

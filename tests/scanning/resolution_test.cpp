@@ -3,6 +3,7 @@
 // libraries.
 #include <algorithm>
 #include <cstring>
+#include <dirent.h>
 
 #include "libraries/configuration.h"
 #include "libraries/libraryitem.h"
@@ -299,6 +300,48 @@ TEST_F(Resolution, TheViewsOfASymbolAreRecordedRelativeToItsLibrary) {
         if (std::string(used->getBaseName()) == "filter.lib") registered = true;
     EXPECT_TRUE(registered) << "a library that a view names is a used library";
     EXPECT_EQ(files.size(), 3u) << "no entry for the *none view";
+}
+
+// A scan keeps the libraries it reads open while it lasts (a bounded number
+// of them) and closes them all at its end, so that the next scan reads the
+// libraries as they are then.
+static int openDescriptors() {
+    int count = 0;
+    if (DIR* d = opendir("/proc/self/fd")) {
+        while (readdir(d)) ++count;
+        closedir(d);
+    }
+    return count;
+}
+
+TEST_F(Resolution, ManyLibrariesInOneScanAreAllReadAndClosedAfterIt) {
+    std::string section, parts;
+    std::vector<std::pair<std::string, std::string>> files;
+    for (int i = 0; i < 20; ++i) {
+        const std::string n = std::to_string(i);
+        section += "\"lib" + n + "\"  [.slb]\n";
+        // Each symbol is used twice, the second time after the other
+        // libraries have pushed its library out of the open ones.
+        parts += "part " + n + " S" + n + " 0 0 h\n";
+        files.push_back({"lib" + n + ".slb", libraryText({{"s" + n, symbolText("s" + n, "", "schematic=v" + n + "\n")}})});
+        files.push_back({"v" + n + ".sch", "*version 9.10\n"});
+    }
+    files.push_back({"top.sch", schematic(section, parts + parts)});
+    open(files);
+    const int before = openDescriptors();
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    EXPECT_EQ(openDescriptors(), before) << "no library stays open after the scan";
+    EXPECT_EQ(top->getUsedSymbols().size(), 20u);
+    const std::vector<std::string> found = names(top->getFileDependencies(nullptr));
+    for (int i = 0; i < 20; ++i) EXPECT_TRUE(holds(found, "v" + std::to_string(i) + ".sch")) << i;
+
+    // The same library changed on disk: the next scan reads the new text.
+    writeFile(dir.host("lib0.slb"), libraryText({{"s0", symbolText("s0", "", "schematic=w0\n")}}));
+    writeFile(dir.host("w0.sch"), "*version 9.10\n");
+    static_cast<DesignWorkspace*>(ws.get())->discardScanResults(false);
+    top->getFileDependencies(&client);
+    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "w0.sch"));
 }
 
 TEST_F(Resolution, ViewsInCapitalsAreNotFollowed) {
