@@ -31,14 +31,7 @@ static const char defaultPackages[] =
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > kMaxScanInput) return 0;
-    if (scanScratch.empty()) {
-        SetTraceOutput(nullptr);
-        char dir[] = "/tmp/kvfuzz-sch-XXXXXX";
-        if (!mkdtemp(dir)) abort();
-        scanScratch = dir;
-        atexit(removeScanScratch);
-        mkdir((scanScratch + "/out").c_str(), 0755);
-        mkdir((scanScratch + "/sub").c_str(), 0755);
+    if (makeScanScratch("kvfuzz-sch")) {
         const std::string packages = defaultPackages;
         writeHostFile(scanScratch + "/parts.plb", reinterpret_cast<const uint8_t*>(packages.data()), packages.size());
     }
@@ -48,38 +41,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string symbols = split == std::string::npos ? std::string(defaultSymbols) : text.substr(split + 6);
     writeHostFile(scanScratch + "/design.sch", reinterpret_cast<const uint8_t*>(design.data()), design.size());
     writeHostFile(scanScratch + "/parts.slb", reinterpret_cast<const uint8_t*>(symbols.data()), symbols.size());
-
-    char saved[MAX_PATH] = "";
-    GetCurrentDirectoryA(MAX_PATH, saved);
-    KVE_Status status;
-    DesignWorkspace* ws = static_cast<DesignWorkspace*>(OpenWorkspace(status, ToEnginePath(scanScratch.c_str()).c_str()));
-    if (!ws) abort();
-    const std::string enginePath = ToEnginePath((scanScratch + "/design.sch").c_str());
-    DesignFileItem* item = dynamic_cast<DesignFileItem*>(ws->findItem(enginePath.c_str()));
-    if (!item) abort();
-    // Each run starts from a clean context, as the first file of a process.
-    getScanContext().currentSymbolLibrary[0] = '\0';
-    getScanContext().lastPartName[0] = '\0';
-    dummyCallback nobody;
-    item->getFileDependencies(&nobody);
-    item->getSystemDependencies(&nobody);
-    item->hasChildren(0, &nobody);
-    fileItemList* closure = item->getDependencyClosure(&nobody, 0);
-    delete closure;
-
-    bareNameOperation scanned;
-    item->scanFile(&nobody, scanned);
-    bareNameOperation op;
-    const pathstring source(enginePath.c_str());
-    const pathstring target(ToEnginePath((scanScratch + "/out/design.sch").c_str()).c_str());
-    item->rewriteFile(&nobody, source, target, op);
-    if (scanned.found != op.found) {
-        fprintf(stderr, "the scan met %zu references, the rewrite %zu\n", scanned.found.size(), op.found.size());
-        abort();
-    }
-    SetCurrentDirectoryA(ToEnginePath(scanScratch.c_str()).c_str());
-    item->rewriteFile(&nobody, source, source, op);
-    SetCurrentDirectoryA(saved);
-    delete ws;
-    return 0;
+    return exerciseScanFile("design.sch");
 }

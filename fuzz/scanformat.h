@@ -23,6 +23,7 @@
 
 #include "operations/operation.h"
 #include "platform/platform.h"
+#include "scanning/lineengine.h"
 #include "workspace/workspace.h"
 
 static const size_t kMaxScanInput = 65536;
@@ -52,29 +53,25 @@ static void writeHostFile(const std::string& path, const uint8_t* data, size_t s
     fclose(f);
 }
 
-// One run over data as a file named "design." + extension.
-static inline int fuzzScanFormat(const char* extension, const uint8_t* data, size_t size) {
-    if (size > kMaxScanInput) return 0;
-    if (scanScratch.empty()) {
-        SetTraceOutput(nullptr);
-        char dir[] = "/tmp/kvfuzz-scan-XXXXXX";
-        if (!mkdtemp(dir)) abort();
-        scanScratch = dir;
-        atexit(removeScanScratch);
-        mkdir((scanScratch + "/out").c_str(), 0755);
-        mkdir((scanScratch + "/sub").c_str(), 0755);
-    }
-    const std::string name = std::string("design.") + extension;
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    const size_t split = std::string(extension) == "cir" ? text.find("\n#MIF\n") : std::string::npos;
-    if (split == std::string::npos) {
-        writeHostFile(scanScratch + "/" + name, data, size);
-        unlink((scanScratch + "/design.mif").c_str());
-    } else {
-        writeHostFile(scanScratch + "/" + name, data, split + 1);
-        writeHostFile(scanScratch + "/design.mif", data + split + 6, size - split - 6);
-    }
+// Makes the scratch workspace on the first run; prefix names it.
+static inline bool makeScanScratch(const char* prefix) {
+    if (!scanScratch.empty()) return false;
+    SetTraceOutput(nullptr);
+    std::string pattern = std::string("/tmp/") + prefix + "-XXXXXX";
+    std::vector<char> dir(pattern.begin(), pattern.end());
+    dir.push_back('\0');
+    if (!mkdtemp(dir.data())) abort();
+    scanScratch = dir.data();
+    atexit(removeScanScratch);
+    mkdir((scanScratch + "/out").c_str(), 0755);
+    mkdir((scanScratch + "/sub").c_str(), 0755);
+    return true;
+}
 
+// The passes over the scratch file name: scan, dependency questions and
+// closure, then the rewrite into out/ (which must meet the references of
+// the scan, in order) and in place.
+static inline int exerciseScanFile(const std::string& name) {
     char saved[MAX_PATH] = "";
     GetCurrentDirectoryA(MAX_PATH, saved);
     KVE_Status status;
@@ -83,11 +80,15 @@ static inline int fuzzScanFormat(const char* extension, const uint8_t* data, siz
     const std::string enginePath = ToEnginePath((scanScratch + "/" + name).c_str());
     DesignFileItem* item = dynamic_cast<DesignFileItem*>(ws->findItem(enginePath.c_str()));
     if (!item) abort();
+    // Each run starts from a clean context, as the first file of a process.
+    getScanContext().currentSymbolLibrary[0] = '\0';
+    getScanContext().lastPartName[0] = '\0';
     dummyCallback nobody;
     item->getFileDependencies(&nobody);
     item->getSystemDependencies(&nobody);
     item->hasChildren(0, &nobody);
     for (fileItem* each : item->getFileDependencies(&nobody)) each->getFileType();
+    delete item->getDependencyClosure(&nobody, 0);
 
     // A scan passes over lines that cannot name a file without reading
     // them one by one; a rewrite reads every line. Both must meet the same
@@ -107,4 +108,21 @@ static inline int fuzzScanFormat(const char* extension, const uint8_t* data, siz
     SetCurrentDirectoryA(saved);
     delete ws;
     return 0;
+}
+
+// One run over data as a file named "design." + extension.
+static inline int fuzzScanFormat(const char* extension, const uint8_t* data, size_t size) {
+    if (size > kMaxScanInput) return 0;
+    makeScanScratch("kvfuzz-scan");
+    const std::string name = std::string("design.") + extension;
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const size_t split = std::string(extension) == "cir" ? text.find("\n#MIF\n") : std::string::npos;
+    if (split == std::string::npos) {
+        writeHostFile(scanScratch + "/" + name, data, size);
+        unlink((scanScratch + "/design.mif").c_str());
+    } else {
+        writeHostFile(scanScratch + "/" + name, data, split + 1);
+        writeHostFile(scanScratch + "/design.mif", data + split + 6, size - split - 6);
+    }
+    return exerciseScanFile(name);
 }
