@@ -1,6 +1,6 @@
 // Helpers shared by the tests of the platform layer: a few host-side
-// probes (the environment and current-directory guards are in
-// support/guards.h).
+// probes, and the check of a failing call's last error (the environment
+// and current-directory guards are in support/guards.h).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <dirent.h>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,17 @@
 inline mode_t hostMode(const std::string& host) {
     struct stat st;
     return lstat(host.c_str(), &st) == 0 ? st.st_mode : 0;
+}
+
+inline int64_t hostMtime(const std::string& host) {
+    struct stat st;
+    return stat(host.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_mtim.tv_sec) : -1;
+}
+
+// Sets a host file's modification time, leaving its access time.
+inline void setHostMtime(const std::string& host, time_t seconds, long nanoseconds = 0) {
+    struct timespec times[2] = {{0, UTIME_OMIT}, {seconds, nanoseconds}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, host.c_str(), times, 0)) << host;
 }
 
 inline void hostChmodOrFail(const std::string& host, mode_t mode) {
@@ -39,6 +51,21 @@ inline FILETIME fileTime(uint64_t value) {
 // FILETIME of a Unix time in seconds.
 inline FILETIME fileTimeOfUnix(int64_t seconds) {
     return fileTime(static_cast<uint64_t>(seconds + 11644473600LL) * 10000000ULL);
+}
+
+// Runs `call` (true on success) with the last error cleared, so that a
+// stale value cannot pass, and expects it to fail and leave `error`.
+template <typename Call>
+void expectFails(DWORD error, const std::string& why, Call call) {
+    SetLastError(0);
+    EXPECT_FALSE(call()) << why;
+    EXPECT_EQ(error, GetLastError()) << why;
+}
+
+// The current directory in engine form.
+inline std::string currentDirectory() {
+    char buffer[MAX_PATH];
+    return std::string(buffer, GetCurrentDirectoryA(sizeof buffer, buffer));
 }
 
 // The names a listing gives, in order.
