@@ -44,93 +44,74 @@ protected:
     char buffer_[512];
 };
 
-TEST_F(Profile, Values) {
-    EXPECT_EQ(4u, get("section1", "name1", "default", sizeof buffer_));
-    EXPECT_TRUE(holds("val1", 5));
-    EXPECT_EQ(kSentinel, GetLastError()) << "a value found leaves the last error alone";
-    EXPECT_EQ(4u, get("SECTION1", "NAME2", "default", sizeof buffer_)) << "any case; the quotes go";
-    EXPECT_TRUE(holds("val2", 5));
-    EXPECT_EQ(1u, get("section1", "name4", "default", sizeof buffer_));
-    EXPECT_TRUE(holds("a", 2));
-    EXPECT_EQ(7u, get("section1", "name3", "default", sizeof buffer_)) << "a key without '=' has no value";
-    EXPECT_TRUE(holds("default", 8));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
-}
+// One query of the file of these tests (or of `file`, below the test
+// directory) and what it must give: the result, the buffer's bytes up to
+// and with the terminating NULs (null: not looked at), and the last error
+// (0: not looked at).
+struct Query {
+    const char *file, *section, *key, *fallback;
+    DWORD size, result;
+    const char* bytes;
+    size_t length;
+    DWORD error;
+    const char* why;
+};
 
-TEST_F(Profile, ValueCutToTheBuffer) {
-    EXPECT_EQ(4u, get("section1", "name1", "default", 5)) << "exact fit";
-    EXPECT_TRUE(holds("val1", 5));
-    EXPECT_EQ(3u, get("section1", "name1", "default", 4)) << "one byte short: size - 1";
-    EXPECT_TRUE(holds("val", 4));
-    EXPECT_EQ(0u, get("section1", "name1", "default", 1));
-    EXPECT_TRUE(holds("", 1));
-    EXPECT_EQ(0u, get("section1", "name1", "default", 0)) << "no buffer at all";
-    EXPECT_TRUE(holds("", 0));
-    EXPECT_EQ(3u, get("section1", "name2", "default", 4)) << "a quoted value cut";
-    EXPECT_TRUE(holds("val", 4));
-}
+const DWORD kAll = 512;
+const DWORD kNone = ERROR_FILE_NOT_FOUND;
 
-TEST_F(Profile, KeyList) {
-    // Keys with a value, each NUL-terminated, and a second NUL.
-    EXPECT_EQ(18u, get("section1", nullptr, "default", sizeof buffer_));
-    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
-    EXPECT_EQ(kSentinel, GetLastError());
-    EXPECT_EQ(18u, get("section1", nullptr, "default", 20)) << "room to spare";
-    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
-    EXPECT_EQ(17u, get("section1", nullptr, "default", 19)) << "exact fit counts as cut: size - 2";
-    EXPECT_TRUE(holds("name1\0name2\0name4\0", 19));
-    EXPECT_EQ(16u, get("section1", nullptr, "default", 18)) << "one byte short";
-    EXPECT_TRUE(holds("name1\0name2\0name\0", 18));
-    EXPECT_EQ(14u, get("section1", nullptr, "default", 16));
-    EXPECT_TRUE(holds("name1\0name2\0na\0", 16));
-    EXPECT_EQ(0u, get("section1", nullptr, "default", 2));
-    EXPECT_TRUE(holds("\0", 2));
-    EXPECT_EQ(0u, get("section1", nullptr, "default", 1));
-    EXPECT_TRUE(holds("", 1));
-    EXPECT_EQ(7u, get("section2", nullptr, "default", sizeof buffer_)) << "a section without keys gives the default";
-    EXPECT_TRUE(holds("default", 8));
-    EXPECT_EQ(7u, get("nosection", nullptr, "default", sizeof buffer_));
-    EXPECT_TRUE(holds("default", 8));
-}
+static const Query kQueries[] = {
+    // Values: any case, the quotes go, cut to size - 1.
+    {"", "section1", "name1", "default", kAll, 4, "val1", 5, kSentinel, "a value found leaves the last error alone"},
+    {"", "SECTION1", "NAME2", "default", kAll, 4, "val2", 5, 0, "any case; the quotes go"},
+    {"", "section1", "name4", "default", kAll, 1, "a", 2, 0, "one character"},
+    {"", "section1", "name3", "default", kAll, 7, "default", 8, kNone, "a key without '=' has no value"},
+    {"", "section1", "name1", "default", 5, 4, "val1", 5, 0, "exact fit"},
+    {"", "section1", "name1", "default", 4, 3, "val", 4, 0, "one byte short: size - 1"},
+    {"", "section1", "name1", "default", 1, 0, "", 1, 0, "room for the NUL only"},
+    {"", "section1", "name1", "default", 0, 0, "", 0, 0, "no buffer at all"},
+    {"", "section1", "name2", "default", 4, 3, "val", 4, 0, "a quoted value cut"},
+    // Key lists: keys with a value, each NUL-terminated, and a second NUL.
+    {"", "section1", nullptr, "default", kAll, 18, "name1\0name2\0name4\0", 19, kSentinel, "keys"},
+    {"", "section1", nullptr, "default", 20, 18, "name1\0name2\0name4\0", 19, 0, "room to spare"},
+    {"", "section1", nullptr, "default", 19, 17, "name1\0name2\0name4\0", 19, 0, "exact fit counts as cut: size - 2"},
+    {"", "section1", nullptr, "default", 18, 16, "name1\0name2\0name\0", 18, 0, "one byte short"},
+    {"", "section1", nullptr, "default", 16, 14, "name1\0name2\0na\0", 16, 0, "a name cut"},
+    {"", "section1", nullptr, "default", 2, 0, "\0", 2, 0, "two bytes"},
+    {"", "section1", nullptr, "default", 1, 0, "", 1, 0, "one byte"},
+    {"", "section2", nullptr, "default", kAll, 7, "default", 8, 0, "a section without keys gives the default"},
+    {"", "nosection", nullptr, "default", kAll, 7, "default", 8, 0, "no such section"},
+    // Section lists.
+    {"", nullptr, "name1", "default", kAll, 18, "section1\0section2\0", 19, kSentinel, "key and default are ignored"},
+    {"", nullptr, nullptr, nullptr, 19, 17, "section1\0section2\0", 19, 0, "sections, exact fit"},
+    {"", nullptr, nullptr, nullptr, 16, 14, "section1\0secti\0", 16, 0, "not enough room for the last name"},
+    {"", nullptr, nullptr, nullptr, 20, 18, "section1\0section2\0", 19, 0, "sections, room to spare"},
+    // Defaults.
+    {"", "section1", "notakey", "default  ", kAll, 7, "default", 8, kNone, "trailing blanks of the default go"},
+    {"", "section1", "notakey", "  default", kAll, 9, "  default", 10, 0, "leading blanks stay"},
+    {"", "section1", "notakey", nullptr, kAll, 0, "", 1, 0, "a null default is empty"},
+    {"", "section1", "notakey", "default", 4, 3, "def", 4, 0, "a default is cut like a value"},
+    {"", "section1", "", "default", kAll, 7, nullptr, 0, 0, "an empty key"},
+    {"", "", "name1", "default", kAll, 7, nullptr, 0, 0, "an empty section"},
+    {"", "section1", "notakey", "\"default\"", kAll, 9, "\"default\"", 10, 0, "a default keeps its quotes"},
+    // A missing file.
+    {"none.ini", "section1", "name1", "default", kAll, 7, "default", 8, kNone, "missing file"},
+    {"none.ini", nullptr, nullptr, "sentinel", kAll, 8, "sentinel", 9, 0, "a null section on a missing file"},
+    {"none.ini", "section1", nullptr, "default", kAll, 7, nullptr, 0, 0, "keys of a missing file"},
+    {"nodir\\x.ini", "section1", "name1", "default", kAll, 7, nullptr, 0, 0, "a missing directory"},
+};
 
-TEST_F(Profile, SectionList) {
-    EXPECT_EQ(18u, get(nullptr, "name1", "default", sizeof buffer_)) << "key and default are ignored";
-    EXPECT_TRUE(holds("section1\0section2\0", 19));
-    EXPECT_EQ(kSentinel, GetLastError());
-    EXPECT_EQ(17u, get(nullptr, nullptr, nullptr, 19)) << "exact fit";
-    EXPECT_TRUE(holds("section1\0section2\0", 19));
-    EXPECT_EQ(14u, get(nullptr, nullptr, nullptr, 16)) << "not enough room for the last name";
-    EXPECT_TRUE(holds("section1\0secti\0", 16));
-    EXPECT_EQ(18u, get(nullptr, nullptr, nullptr, 20));
-    EXPECT_TRUE(holds("section1\0section2\0", 19));
-}
-
-TEST_F(Profile, Defaults) {
-    EXPECT_EQ(7u, get("section1", "notakey", "default  ", sizeof buffer_)) << "trailing blanks of the default go";
-    EXPECT_TRUE(holds("default", 8));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
-    EXPECT_EQ(9u, get("section1", "notakey", "  default", sizeof buffer_)) << "leading blanks stay";
-    EXPECT_TRUE(holds("  default", 10));
-    EXPECT_EQ(0u, get("section1", "notakey", nullptr, sizeof buffer_)) << "a null default is empty";
-    EXPECT_TRUE(holds("", 1));
-    EXPECT_EQ(3u, get("section1", "notakey", "default", 4)) << "a default is cut like a value";
-    EXPECT_TRUE(holds("def", 4));
-    EXPECT_EQ(7u, get("section1", "", "default", sizeof buffer_)) << "an empty key";
-    EXPECT_EQ(7u, get("", "name1", "default", sizeof buffer_)) << "an empty section";
-    EXPECT_EQ(9u, get("section1", "notakey", "\"default\"", sizeof buffer_)) << "a default keeps its quotes";
-}
-
-TEST_F(Profile, MissingFile) {
-    std::string none = dir_.engine("none.ini");
-    EXPECT_EQ(7u, get("section1", "name1", "default", sizeof buffer_, none.c_str()));
-    EXPECT_TRUE(holds("default", 8));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
-    EXPECT_EQ(8u, get(nullptr, nullptr, "sentinel", sizeof buffer_, none.c_str()))
-        << "a null section on a missing file gives the default too";
-    EXPECT_TRUE(holds("sentinel", 9));
-    EXPECT_EQ(7u, get("section1", nullptr, "default", sizeof buffer_, none.c_str()));
-    std::string noDir = dir_.engine("nodir\\x.ini");
-    EXPECT_EQ(7u, get("section1", "name1", "default", sizeof buffer_, noDir.c_str()));
+TEST_F(Profile, QueriesAtTheBoundaries) {
+    for (const Query& q : kQueries) {
+        std::string file = *q.file ? dir_.engine(q.file) : file_;
+        EXPECT_EQ(q.result, get(q.section, q.key, q.fallback, q.size, file.c_str())) << q.why;
+        if (q.bytes) {
+            EXPECT_TRUE(holds(q.bytes, q.length)) << q.why;
+        }
+        if (q.error) {
+            EXPECT_EQ(q.error, GetLastError()) << q.why;
+        }
+    }
 }
 
 // A file with the quirks a hand-edited INI file brings.

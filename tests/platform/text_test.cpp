@@ -7,13 +7,24 @@
 
 static int sign(int x) { return (x > 0) - (x < 0); }
 
-TEST(Compare, CRuntimeComparisonsLowerToAscii) {
-    EXPECT_EQ(0, _stricmp("NOM.LIB", "nom.lib"));
-    EXPECT_EQ(-1, sign(_stricmp("abc", "ABD")));
-    EXPECT_EQ(1, sign(_stricmp("abcd", "ABC")));
-    // Lower case is compared: '_' (0x5F) sorts before 'a' (0x61) but after 'A'.
-    EXPECT_EQ(-1, sign(_stricmp("_x", "Ax")));
-    EXPECT_EQ(0, _strcmpi("Sch", "sCH"));
+TEST(Compare, CaseBlindComparisons) {
+    // _stricmp compares lower case: '_' (0x5F) sorts before 'a' (0x61) but
+    // after 'A'. lstrcmpiA orders as a listing shows names: punctuation
+    // before digits before letters.
+    const struct {
+        int (*compare)(const char*, const char*);
+        const char *a, *b;
+        int sign;
+    } rows[] = {
+        {_stricmp, "NOM.LIB", "nom.lib", 0}, {_stricmp, "abc", "ABD", -1}, {_stricmp, "abcd", "ABC", 1},
+        {_stricmp, "_x", "Ax", -1},          {_strcmpi, "Sch", "sCH", 0},
+        {lstrcmpiA, "C:\\Design\\Top.SCH", "c:\\design\\top.sch", 0},
+        {lstrcmpiA, "a", "B", -1},           {lstrcmpiA, "ab", "abc", -1},  {lstrcmpiA, "abc", "ab", 1},
+        {lstrcmpiA, "a_b", "a1b", -1},       {lstrcmpiA, "a1b", "aab", -1}, {lstrcmpiA, "a\\b", "ab", -1},
+        {lstrcmpiA, nullptr, nullptr, 0},    {lstrcmpiA, nullptr, "a", -1},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(r.sign, sign(r.compare(r.a, r.b))) << (r.a ? r.a : "(null)") << " against " << (r.b ? r.b : "(null)");
     EXPECT_EQ(0, _strnicmp("0x12", "0X99", 2));
     EXPECT_NE(0, _strnicmp("0x12", "0X99", 3));
     EXPECT_EQ(0, _strnicmp("a", "b", 0));
@@ -23,19 +34,6 @@ TEST(Compare, CRuntimeComparisonsLowerToAscii) {
     char text[] = "Mixed CASE 123 \xC4";
     EXPECT_EQ(text, _strlwr(text));
     EXPECT_STREQ("mixed case 123 \xC4", text) << "ASCII only";
-}
-
-TEST(Compare, LstrcmpiOrdersAsAListShowsIt) {
-    EXPECT_EQ(0, lstrcmpiA("C:\\Design\\Top.SCH", "c:\\design\\top.sch"));
-    EXPECT_EQ(-1, sign(lstrcmpiA("a", "B")));
-    EXPECT_EQ(-1, sign(lstrcmpiA("ab", "abc")));
-    EXPECT_EQ(1, sign(lstrcmpiA("abc", "ab")));
-    // Punctuation before digits before letters.
-    EXPECT_EQ(-1, sign(lstrcmpiA("a_b", "a1b")));
-    EXPECT_EQ(-1, sign(lstrcmpiA("a1b", "aab")));
-    EXPECT_EQ(-1, sign(lstrcmpiA("a\\b", "ab")));
-    EXPECT_EQ(0, lstrcmpiA(nullptr, nullptr));
-    EXPECT_EQ(-1, sign(lstrcmpiA(nullptr, "a")));
 }
 
 // ---------------------------------------------------------------------------
@@ -89,44 +87,27 @@ TEST(FormatMessage, CallerBufferAndFailures) {
 // Times
 // ---------------------------------------------------------------------------
 
-static SYSTEMTIME systemTime(uint64_t value) {
-    SYSTEMTIME s;
-    memset(&s, 0xff, sizeof s);
-    FILETIME t = fileTime(value);
-    EXPECT_TRUE(FileTimeToSystemTime(&t, &s));
-    return s;
-}
-
 TEST(Times, FileTimeToSystemTime) {
-    SYSTEMTIME s = systemTime(0);
-    EXPECT_EQ(1601, s.wYear);
-    EXPECT_EQ(1, s.wMonth);
-    EXPECT_EQ(1, s.wDay);
-    EXPECT_EQ(1, s.wDayOfWeek) << "a Monday";
-
-    s = systemTime(116444736000000000ULL);  // 1970-01-01, a Thursday
-    EXPECT_EQ(1970, s.wYear);
-    EXPECT_EQ(4, s.wDayOfWeek);
-
-    // 2000-02-29 12:34:56.789, a Tuesday
-    s = systemTime(ticks(fileTimeOfUnix(951827696)) + 7890000);
-    EXPECT_EQ(2000, s.wYear);
-    EXPECT_EQ(2, s.wMonth);
-    EXPECT_EQ(29, s.wDay);
-    EXPECT_EQ(2, s.wDayOfWeek);
-    EXPECT_EQ(12, s.wHour);
-    EXPECT_EQ(34, s.wMinute);
-    EXPECT_EQ(56, s.wSecond);
-    EXPECT_EQ(789, s.wMilliseconds);
-
-    s = systemTime(ticks(fileTimeOfUnix(4107542399LL)));  // 2100-02-28 23:59:59, 2100 is no leap year
-    EXPECT_EQ(2100, s.wYear);
-    EXPECT_EQ(2, s.wMonth);
-    EXPECT_EQ(28, s.wDay);
-    s = systemTime(ticks(fileTimeOfUnix(4107542400LL)));
-    EXPECT_EQ(3, s.wMonth);
-    EXPECT_EQ(1, s.wDay);
-
+    const uint64_t second = 10000000ULL;
+    const struct {
+        uint64_t ticks;
+        WORD year, month, day, dayOfWeek, hour, minute, second, milliseconds;
+    } rows[] = {
+        {0, 1601, 1, 1, 1, 0, 0, 0, 0},                       // a Monday
+        {116444736000000000ULL, 1970, 1, 1, 4, 0, 0, 0, 0},   // a Thursday
+        {ticks(fileTimeOfUnix(951827696)) + 7890000, 2000, 2, 29, 2, 12, 34, 56, 789},
+        {ticks(fileTimeOfUnix(4107542399LL)), 2100, 2, 28, 0, 23, 59, 59, 0},  // 2100 is no leap year
+        {ticks(fileTimeOfUnix(4107542399LL)) + second, 2100, 3, 1, 1, 0, 0, 0, 0},
+    };
+    for (const auto& r : rows) {
+        SYSTEMTIME s;
+        memset(&s, 0xff, sizeof s);
+        FILETIME t = fileTime(r.ticks);
+        ASSERT_TRUE(FileTimeToSystemTime(&t, &s)) << r.ticks;
+        const WORD got[] = {s.wYear, s.wMonth, s.wDay, s.wDayOfWeek, s.wHour, s.wMinute, s.wSecond, s.wMilliseconds};
+        const WORD want[] = {r.year, r.month, r.day, r.dayOfWeek, r.hour, r.minute, r.second, r.milliseconds};
+        EXPECT_EQ(std::vector<WORD>(want, want + 8), std::vector<WORD>(got, got + 8)) << r.ticks;
+    }
     FILETIME tooLarge = fileTime(0x8000000000000000ULL);
     SYSTEMTIME out;
     EXPECT_FALSE(FileTimeToSystemTime(&tooLarge, &out));
