@@ -98,34 +98,29 @@ TEST(Listing, LastErrors) {
     TempDir dir;
     writeFile(dir.host("d/file.txt"), "");
     WIN32_FIND_DATAA data;
-    SetLastError(0);
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("d\\*.sch").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError()) << "nothing matches in an existing directory";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("missing\\*").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError()) << "the directory is missing";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("d\\file.txt\\*").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError()) << "a file is no directory";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("d\\nothing.txt").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError()) << "a plain path that is not there";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("x\\nothing.txt").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError()) << "a plain path in a missing directory";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("d\\").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError()) << "a trailing separator";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(dir.engine("d*\\*").c_str(), &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_NAME), GetLastError()) << "a wildcard before the last component";
-    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA("Q:\\*", &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError()) << "an unmapped drive";
+    const struct {
+        std::string pattern;
+        DWORD error;
+        const char* why;
+    } rows[] = {
+        {dir.engine("d\\*.sch"), ERROR_FILE_NOT_FOUND, "nothing matches in an existing directory"},
+        {dir.engine("missing\\*"), ERROR_PATH_NOT_FOUND, "the directory is missing"},
+        {dir.engine("d\\file.txt\\*"), ERROR_PATH_NOT_FOUND, "a file is no directory"},
+        {dir.engine("d\\nothing.txt"), ERROR_FILE_NOT_FOUND, "a plain path that is not there"},
+        {dir.engine("x\\nothing.txt"), ERROR_PATH_NOT_FOUND, "a plain path in a missing directory"},
+        {dir.engine("d\\"), ERROR_FILE_NOT_FOUND, "a trailing separator"},
+        {dir.engine("d*\\*"), ERROR_INVALID_NAME, "a wildcard before the last component"},
+        {"Q:\\*", ERROR_PATH_NOT_FOUND, "an unmapped drive"},
+    };
+    for (const auto& r : rows)
+        expectFails(r.error, r.why, [&] { return FindFirstFileA(r.pattern.c_str(), &data) != INVALID_HANDLE_VALUE; });
 
     HANDLE h = FindFirstFileA(dir.engine("d\\file.txt").c_str(), &data);
     ASSERT_NE(INVALID_HANDLE_VALUE, h);
-    SetLastError(0);
-    EXPECT_FALSE(FindNextFileA(h, &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_NO_MORE_FILES), GetLastError()) << "the end of a one-entry find";
-    EXPECT_FALSE(FindNextFileA(h, &data));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_NO_MORE_FILES), GetLastError()) << "and again";
+    expectFails(ERROR_NO_MORE_FILES, "the end of a one-entry find", [&] { return FindNextFileA(h, &data); });
+    expectFails(ERROR_NO_MORE_FILES, "and again", [&] { return FindNextFileA(h, &data); });
     EXPECT_TRUE(FindClose(h));
-    EXPECT_FALSE(FindClose(INVALID_HANDLE_VALUE));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_HANDLE), GetLastError());
+    expectFails(ERROR_INVALID_HANDLE, "no handle", [] { return FindClose(INVALID_HANDLE_VALUE); });
 }
 
 TEST(Listing, AnEntryRemovedDuringTheListingIsPassedOver) {

@@ -215,12 +215,17 @@ TEST_F(ListingCache, FaultsReachTheListingEvenOfAKnownDirectory) {
     EXPECT_EQ(static_cast<DWORD>(ERROR_IO_DEVICE), GetLastError());
     EXPECT_EQ(1u, kvFaultsHit());
 
+    // Not knowing which spellings exist, nothing is made.
     kvFaultsClear();
     ASSERT_TRUE(exists(dir.engine("EXISTING.txt")));
     kvFaultAt(HostCall::Opendir, 1, EACCES);
-    EXPECT_EQ(nullptr, kvFopen(dir.engine("existing.txt").c_str(), "w"))
-        << "not knowing which spellings exist, nothing is made";
-    EXPECT_EQ((std::vector<std::string>{"Existing.TXT"}), hostEntries(dir.host()));
+    EXPECT_EQ(nullptr, kvFopen(dir.engine("existing.txt").c_str(), "w"));
+    writeFile(dir.host("src.txt"), "new");
+    kvFaultAt(HostCall::Readdir, 1, EIO);
+    EXPECT_FALSE(CopyFileA(dir.engine("src.txt").c_str(), dir.engine("existing.txt").c_str(), FALSE));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_IO_DEVICE), GetLastError());
+    EXPECT_EQ((std::vector<std::string>{"Existing.TXT", "src.txt"}), hostEntries(dir.host()));
+    EXPECT_EQ("x", readFile(dir.host("Existing.TXT")));
 }
 
 static unsigned long ownReaddirs = 0;
