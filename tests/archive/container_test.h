@@ -14,7 +14,7 @@
 
 #include "archive/compressedarchive.h"
 #include "archive/crc32.h"
-#include "archive/implode.h"
+#include "codectest.h"
 #include "platform/hostcalls.h"
 #include "platform/platform.h"
 #include "support/tempdir.h"
@@ -57,28 +57,10 @@ inline std::string patternBytes(size_t size, unsigned seed, bool text = false) {
     return s;
 }
 
-// The implode stream of data as the archive stores it.
+// The implode stream of data as the archive stores it (binary, 4096).
 inline std::string packed(const std::string& data) {
-    struct Io {
-        const std::string* in;
-        size_t at = 0;
-        std::string out;
-    } io{&data, 0, std::string()};
-    auto read = [](char* buffer, unsigned int* size, void* context) -> unsigned int {
-        Io* io = static_cast<Io*>(context);
-        size_t n = std::min<size_t>(*size, io->in->size() - io->at);
-        memcpy(buffer, io->in->data() + io->at, n);
-        io->at += n;
-        *size = static_cast<unsigned int>(n);
-        return *size;
-    };
-    auto write = [](char* buffer, unsigned int* size, void* context) {
-        static_cast<Io*>(context)->out.append(buffer, *size);
-    };
-    ImplodeWork work;
-    unsigned int mode = 0, dictionary = 4096;
-    implode(read, write, &work, &io, &mode, &dictionary);
-    return io.out;
+    Bytes stream = runImplode(bytesOf(data), 0, 4096).output;
+    return std::string(stream.begin(), stream.end());
 }
 
 // One entry of a hand-built archive.

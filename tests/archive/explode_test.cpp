@@ -2,9 +2,9 @@
 // by hand that only a decoder sees, cut-off and damaged streams, and what its
 // call-backs see.
 //
-// Divided into: fixed vectors, failure results, hand-built streams (literals,
-// matches, lengths, distances), the end of the input, damaged streams, and
-// the call-back contract.
+// Divided into: failure results, hand-built streams (literals, matches,
+// lengths, distances), the end of the input, damaged streams, and the
+// call-back contract. The fixed vectors, both ways, are in implode_test.cpp.
 #include <string>
 
 #include "codectest.h"
@@ -42,46 +42,24 @@ void expectDecodes(StreamWriter& w, const Bytes& expected, const std::string& wh
 
 }  // namespace
 
-// --- fixed vectors -----------------------------------------------------------
-
-TEST(ExplodeVectors, SingleByte)
-{
-    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}));
-    EXPECT_EQ(run.result, 0u);
-    EXPECT_EQ(run.output, bytesOf("A"));
-}
-
-TEST(ExplodeVectors, RunOfFortyFromADistanceOfTwo)
-{
-    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0xC2, 0x84, 0x85, 0xFD, 0x20, 0xE0, 0x1F}));
-    EXPECT_EQ(run.result, 0u);
-    EXPECT_EQ(run.output, Bytes(40, 0x61));
-}
-
 // --- failure results ---------------------------------------------------------
 
 TEST(ExplodeResults, ShortFirstReadIsResult3)
 {
-    const Bytes cases[] = {
-        {}, bytesOf({0x00}), bytesOf({0x00, 0x06}), bytesOf({0x00, 0x06, 0x01}),
-        bytesOf({0x00, 0x06, 0x01, 0xFF}),   // the valid stream of an empty input
-        bytesOf({0x07, 0x09, 0x00, 0x00}),   // tested before the header bytes
+    const struct { Bytes stream; unsigned piece; } cases[] = {
+        {{}, 0}, {bytesOf({0x00}), 0}, {bytesOf({0x00, 0x06}), 0}, {bytesOf({0x00, 0x06, 0x01}), 0},
+        {bytesOf({0x00, 0x06, 0x01, 0xFF}), 0},   // the valid stream of an empty input
+        {bytesOf({0x07, 0x09, 0x00, 0x00}), 0},   // tested before the header bytes
+        // A good stream, but a read call-back that delivers 4 bytes at a
+        // time: the first read counts even if more would follow.
+        {bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}), 4},
     };
-    for (const Bytes& stream : cases) {
-        CodecRun run = runExplode(stream);
-        EXPECT_EQ(run.result, 3u) << stream.size() << " bytes";
+    for (const auto& c : cases) {
+        CodecRun run = runExplode(c.stream, c.piece);
+        EXPECT_EQ(run.result, 3u) << c.stream.size() << " bytes";
         EXPECT_TRUE(run.writeSizes.empty()) << "nothing is handed over";
         EXPECT_EQ(run.readWants.size(), 1u);
     }
-}
-
-TEST(ExplodeResults, FirstReadCountsEvenIfMoreWouldFollow)
-{
-    // A read call-back that delivers 4 bytes at a time: the stream is good,
-    // but the first read is short.
-    CodecRun run = runExplode(bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}), 4);
-    EXPECT_EQ(run.result, 3u);
-    EXPECT_TRUE(run.output.empty());
 }
 
 TEST(ExplodeResults, HeaderChecksInOrder)
@@ -141,42 +119,46 @@ TEST(ExplodeLiterals, EveryByteInBothModes)
             StreamWriter w(mode, bits);
             Bytes expected;
             putLiterals(w, expected, all);
-            // and backwards, so that each code also follows every other length
+            // and backwards, so that each code (in ASCII mode, of every
+            // length from 4 to 13 bits) also follows every other length
             putLiterals(w, expected, Bytes(all.rbegin(), all.rend()));
             expectDecodes(w, expected, "mode " + std::to_string(mode) + " bits " + std::to_string(bits));
         }
 }
 
-TEST(ExplodeLiterals, AsciiCodesOfEveryLength)
+TEST(ExplodeMatches, EveryLengthAndDistanceOfEachDictionary)
 {
-    // One byte per code length 4 to 13, each alone in a stream.
-    for (unsigned length = 4; length <= 13; ++length) {
-        int byte = -1;
-        for (unsigned b = 0; b < 256 && byte < 0; ++b)
-            if (asciiCodeBits[b] == length) byte = static_cast<int>(b);
-        ASSERT_GE(byte, 0) << "no code of " << length << " bits";
-        StreamWriter w(1, 4);
-        w.literal(static_cast<unsigned char>(byte));
-        expectDecodes(w, Bytes(1, static_cast<unsigned char>(byte)), std::to_string(length) + " bits");
-    }
-}
-
-TEST(ExplodeMatches, LengthTwoReachesEveryDistanceUpTo256)
-{
-    for (unsigned bits : dictionaryBitsAll) {
-        StreamWriter w(0, bits);
-        Bytes expected;
-        putLiterals(w, expected, history(300));
-        for (unsigned distance = 1; distance <= 256; ++distance) {
-            w.match(2, distance);
-            expandMatch(expected, 2, distance);
+    // After a history longer than the dictionary: length 2 at every
+    // distance up to 256; every length up to 518, including those implode
+    // never writes; and the greatest distance, D = (63 << bits) | mask.
+    for (unsigned mode : {0u, 1u})
+        for (unsigned bits : dictionaryBitsAll) {
+            const unsigned greatest = 64u << bits;
+            StreamWriter w(mode, bits);
+            Bytes expected;
+            putLiterals(w, expected, history(greatest + 10));
+            for (unsigned distance = 1; distance <= 256; ++distance) {
+                w.match(2, distance);
+                expandMatch(expected, 2, distance);
+            }
+            for (unsigned length = 2; length <= 518; ++length) {
+                unsigned distance = length == 2 ? 1 + length % 256 : 1 + (length * 37) % greatest;
+                w.match(length, distance);
+                expandMatch(expected, length, distance);
+            }
+            w.match(3, greatest);
+            expandMatch(expected, 3, greatest);
+            w.match(200, greatest - 1);
+            expandMatch(expected, 200, greatest - 1);
+            expectDecodes(w, expected, "mode " + std::to_string(mode) + " bits " + std::to_string(bits));
         }
-        expectDecodes(w, expected, "bits " + std::to_string(bits));
-    }
 }
 
-TEST(ExplodeMatches, DistanceOneRepeatsTheLastByte)
+TEST(ExplodeMatches, LongMatchesAcrossTheOutputBlocks)
 {
+    // Distance one repeats the last byte; then long overlapping copies that
+    // cross the 4096-byte hand-over again and again, at distances below and
+    // above the copy's stride.
     StreamWriter w(0, 6);
     w.literal('x');
     w.match(516, 1);
@@ -184,46 +166,6 @@ TEST(ExplodeMatches, DistanceOneRepeatsTheLastByte)
     w.match(3, 1);
     Bytes expected(517, 'x');
     expected.insert(expected.end(), 4, 'y');
-    expectDecodes(w, expected);
-}
-
-TEST(ExplodeMatches, EveryLengthIncludingThoseImplodeNeverWrites)
-{
-    for (unsigned bits : dictionaryBitsAll) {
-        StreamWriter w(1, bits);
-        Bytes expected;
-        putLiterals(w, expected, history(600));
-        for (unsigned length = 2; length <= 518; ++length) {
-            unsigned distance = length == 2 ? 1 + length % 256 : 1 + (length * 37) % (expected.size() < 4096 ? expected.size() : 4096);
-            if (distance > (64u << bits)) distance = 64u << bits;
-            w.match(length, distance);
-            expandMatch(expected, length, distance);
-        }
-        expectDecodes(w, expected, "bits " + std::to_string(bits));
-    }
-}
-
-TEST(ExplodeMatches, GreatestDistanceOfEachDictionary)
-{
-    for (unsigned bits : dictionaryBitsAll) {
-        const unsigned greatest = 64u << bits;   // D = (63 << bits) | mask
-        StreamWriter w(0, bits);
-        Bytes expected;
-        putLiterals(w, expected, history(greatest + 10));
-        w.match(3, greatest);
-        expandMatch(expected, 3, greatest);
-        w.match(200, greatest - 1);
-        expandMatch(expected, 200, greatest - 1);
-        expectDecodes(w, expected, "bits " + std::to_string(bits));
-    }
-}
-
-TEST(ExplodeMatches, LongMatchesAcrossTheOutputBlocks)
-{
-    // Long overlapping copies that cross the 4096-byte hand-over again and
-    // again, at distances below and above the copy's stride.
-    StreamWriter w(0, 6);
-    Bytes expected;
     putLiterals(w, expected, history(13));
     for (int i = 0; i < 200; ++i) {
         unsigned length = 300 + (i * 97) % 219;
@@ -260,38 +202,26 @@ TEST(ExplodeMatches, ReachingBehindTheOutputReadsZerosOnEveryCall)
 
 // --- the end of the input ----------------------------------------------------
 
-TEST(ExplodeEnd, EndMarkEndingExactlyAtTheLastByte)
+TEST(ExplodeEnd, ATokenCountsOnlyWithEightBitsBehindIt)
 {
     // Eight binary literals (72 bits) and the end mark (16 bits) fill the 11
     // bytes behind the header exactly, so the end mark's extra bits are the
-    // input's last.
+    // input's last. The decoder keeps eight bits of look-ahead: cut off, the
+    // stream gives the tokens that have eight more bits behind them, and no
+    // others.
     StreamWriter w(0, 6);
-    Bytes expected;
-    putLiterals(w, expected, bytesOf("netlist!"));
+    Bytes text;
+    putLiterals(w, text, bytesOf("netlist!"));   // literal k ends at bit 9k
     w.endMark();
     Bytes stream = w.finish();
     ASSERT_EQ(stream.size(), 13u);
-    CodecRun run = runExplode(stream);
-    EXPECT_EQ(run.result, 0u);
-    EXPECT_EQ(run.output, expected);
-}
-
-TEST(ExplodeEnd, ATokenCountsOnlyWithEightBitsBehindIt)
-{
-    // The decoder keeps eight bits of look-ahead: cut off, the stream gives
-    // the tokens that have eight more bits behind them, and no others.
-    StreamWriter w(0, 6);
-    Bytes ignored;
-    putLiterals(w, ignored, bytesOf("netlist!"));   // literal k ends at bit 9k
-    w.endMark();
-    Bytes stream = w.finish();
-    for (size_t keep = 5; keep < stream.size(); ++keep) {
+    for (size_t keep = 5; keep <= stream.size(); ++keep) {
         size_t bitsBehindHeader = (keep - 2) * 8;
         size_t literals = 0;
         while (literals < 8 && (literals + 1) * 9 + 8 <= bitsBehindHeader) ++literals;
         CodecRun run = runExplode(Bytes(stream.begin(), stream.begin() + keep));
-        EXPECT_EQ(run.result, 4u) << "kept " << keep;
-        EXPECT_EQ(run.output, Bytes(ignored.begin(), ignored.begin() + literals)) << "kept " << keep;
+        EXPECT_EQ(run.result, keep == stream.size() ? 0u : 4u) << "kept " << keep;
+        EXPECT_EQ(run.output, Bytes(text.begin(), text.begin() + literals)) << "kept " << keep;
     }
 }
 

@@ -1,9 +1,10 @@
 // Tests of implode: the streams it must write to the byte, its parameter
 // checks, and what its call-backs see.
 //
-// Divided into: the code tables, fixed streams (small vectors and the
-// reference files), parameters, the call-back contract, and independence of
-// how the input arrives and of the work area's old contents.
+// Divided into: the code tables, fixed streams (small vectors both ways,
+// and the reference files), parameters, the call-back contract, and
+// independence of how the input arrives and of the work area's old
+// contents.
 #include <string>
 
 #include "codectest.h"
@@ -78,35 +79,24 @@ TEST(CodeTables, SampledEntriesAsPublished)
 
 // --- fixed streams -----------------------------------------------------------
 
-TEST(ImplodeStreams, SmallVectors)
+TEST(ImplodeStreams, SmallVectorsBothWays)
 {
-    EXPECT_EQ(runImplode({}, 0, 4096).output, bytesOf({0x00, 0x06, 0x01, 0xFF})) << "empty input";
-    EXPECT_EQ(runImplode(bytesOf("A"), 0, 4096).output, bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01}));
-    EXPECT_EQ(runImplode(Bytes(40, 0x61), 0, 4096).output,
-              bytesOf({0x00, 0x06, 0xC2, 0x84, 0x85, 0xFD, 0x20, 0xE0, 0x1F}))
-        << "two literals, then length 38 at distance 2 (distance 1 is never found)";
-}
-
-TEST(ImplodeStreams, HeaderNamesModeAndDictionary)
-{
-    const struct { unsigned mode, dictionary; int b0, b1; } cases[] = {
-        {0, 1024, 0, 4}, {0, 2048, 0, 5}, {0, 4096, 0, 6}, {1, 1024, 1, 4}, {1, 2048, 1, 5}, {1, 4096, 1, 6},
+    // Worked out bit by bit, least significant bit first: a literal is 0
+    // and the byte (binary) or its code (ASCII); the end mark is 1, length
+    // class 15 (0000000) and 8 extra bits of 1.
+    const struct { const char* what; unsigned mode; Bytes input, stream; } cases[] = {
+        {"empty input", 0, {}, bytesOf({0x00, 0x06, 0x01, 0xFF})},
+        {"one byte", 0, bytesOf("A"), bytesOf({0x00, 0x06, 0x82, 0x02, 0xFE, 0x01})},
+        {"two literals, then length 38 at distance 2 (distance 1 is never found)", 0, Bytes(40, 0x61),
+         bytesOf({0x00, 0x06, 0xC2, 0x84, 0x85, 0xFD, 0x20, 0xE0, 0x1F})},
+        {"'e' in ASCII mode: 5 bits 0x1B", 1, bytesOf("e"), bytesOf({0x01, 0x06, 0x76, 0xC0, 0x3F})},
     };
     for (const auto& c : cases) {
-        CodecRun run = runImplode(bytesOf("header"), c.mode, c.dictionary);
-        ASSERT_GE(run.output.size(), 2u);
-        EXPECT_EQ(run.output[0], c.b0);
-        EXPECT_EQ(run.output[1], c.b1);
+        EXPECT_EQ(runImplode(c.input, c.mode, 4096).output, c.stream) << c.what;
+        CodecRun back = runExplode(c.stream);
+        EXPECT_EQ(back.result, c.input.empty() ? 3u : 0u) << c.what << ": explode refuses a stream of 4 bytes";
+        EXPECT_EQ(back.output, c.input) << c.what;
     }
-}
-
-TEST(ImplodeStreams, AsciiModeCodesLiteralsByTheTable)
-{
-    // 'e' is 5 bits 0x1B: the stream is 0 + code, then the end mark.
-    StreamWriter expected(1, 6);
-    expected.literal('e');
-    expected.endMark();
-    EXPECT_EQ(runImplode(bytesOf("e"), 1, 4096).output, expected.finish());
 }
 
 TEST(ImplodeStreams, ReferenceFilesToTheByte)
@@ -173,66 +163,53 @@ TEST(ImplodeParameters, AreNotChanged)
 
 // --- call-backs --------------------------------------------------------------
 
-TEST(ImplodeCallbacks, WritesWholeBlocksOf2048ThenTheRest)
+// Every write call but the last hands over 2048 bytes and the last 1 to
+// 2048; every read asks for 1 to 4096 bytes, the first for 4096.
+static void expectCallSizes(const CodecRun& run, const std::string& what)
 {
-    for (size_t size : {size_t(1), size_t(5000), size_t(100000), size_t(300000)}) {
-        CodecRun run = runImplode(randomBytes(size, 3), 0, 4096);
-        ASSERT_FALSE(run.writeSizes.empty());
-        for (size_t i = 0; i + 1 < run.writeSizes.size(); ++i) EXPECT_EQ(run.writeSizes[i], 2048u) << "call " << i;
-        EXPECT_GE(run.writeSizes.back(), 1u);
-        EXPECT_LE(run.writeSizes.back(), 2048u);
+    ASSERT_FALSE(run.writeSizes.empty()) << what;
+    for (size_t i = 0; i + 1 < run.writeSizes.size(); ++i) EXPECT_EQ(run.writeSizes[i], 2048u) << what << " call " << i;
+    EXPECT_GE(run.writeSizes.back(), 1u) << what;
+    EXPECT_LE(run.writeSizes.back(), 2048u) << what;
+    ASSERT_FALSE(run.readWants.empty()) << what;
+    EXPECT_EQ(run.readWants.front(), 4096u) << what;
+    for (unsigned want : run.readWants) {
+        EXPECT_GE(want, 1u) << what;
+        EXPECT_LE(want, 4096u) << what;
     }
 }
 
-TEST(ImplodeCallbacks, StreamsEndingOnABlockBoundaryStillEndWithANonEmptyCall)
+TEST(ImplodeCallbacks, WritesWholeBlocksOf2048ThenTheRestAndReadsAtMost4096)
 {
+    for (size_t size : {size_t(1), size_t(5000), size_t(100000), size_t(300000)})
+        expectCallSizes(runImplode(randomBytes(size, 3), 0, 4096), std::to_string(size) + " bytes");
+    expectCallSizes(runImplode(randomBytes(50000, 9), 1, 1024), "ASCII, 1024");
+    // A stream ending on a block boundary still ends with a non-empty call.
     // Random bytes in binary mode cost 9 bits each; look for inputs whose
     // stream is an exact multiple of 2048 bytes, or one byte more.
     int found = 0;
     for (size_t size = 1800; size < 2000 && found < 2; ++size) {
         CodecRun run = runImplode(randomBytes(size, 5), 0, 4096);
-        size_t total = run.output.size();
-        if (total % 2048 > 1) continue;
+        if (run.output.size() % 2048 > 1) continue;
         ++found;
-        for (size_t i = 0; i + 1 < run.writeSizes.size(); ++i) EXPECT_EQ(run.writeSizes[i], 2048u);
-        EXPECT_GE(run.writeSizes.back(), 1u) << "stream of " << total << " bytes";
+        expectCallSizes(run, "stream of " + std::to_string(run.output.size()) + " bytes");
     }
     EXPECT_GT(found, 0) << "no input of the range hit a block boundary";
 }
 
-TEST(ImplodeCallbacks, AsksForAtMost4096Bytes)
+TEST(ImplodeCallbacks, OutputDependsNeitherOnHowTheInputArrivesNorOnTheWorkArea)
 {
-    CodecRun run = runImplode(randomBytes(50000, 9), 1, 1024);
-    ASSERT_FALSE(run.readWants.empty());
-    for (unsigned want : run.readWants) {
-        EXPECT_GE(want, 1u);
-        EXPECT_LE(want, 4096u);
-    }
-    EXPECT_EQ(run.readWants.front(), 4096u);
-}
-
-TEST(ImplodeCallbacks, OutputDoesNotDependOnHowTheInputArrives)
-{
-    Bytes input = designText(70000, 21);
-    for (unsigned dictionary : {1024u, 2048u, 4096u}) {
-        Bytes whole = runImplode(input, 0, dictionary).output;
-        for (unsigned piece : {1u, 7u, 516u, 2048u, 4095u}) {
-            CodecRun run = runImplode(input, 0, dictionary, piece);
-            EXPECT_TRUE(run.output == whole) << "dictionary " << dictionary << " pieces of " << piece;
-        }
-    }
-}
-
-TEST(ImplodeCallbacks, OutputDoesNotDependOnTheWorkAreasOldContents)
-{
-    // Sizes whose last block reaches the very end of the window, where the
-    // search looks past the data.
-    for (size_t size : {size_t(4095), size_t(4096 + 4095), size_t(12287)}) {
-        Bytes input = smallAlphabet(size, 2, 17);
-        for (unsigned dictionary : {1024u, 4096u}) {
+    // Text, and sizes whose last block reaches the very end of the window,
+    // where the search looks past the data.
+    const Bytes inputs[] = {designText(70000, 21), smallAlphabet(4095, 2, 17), smallAlphabet(4096 + 4095, 2, 17),
+                            smallAlphabet(12287, 2, 17)};
+    for (const Bytes& input : inputs)
+        for (unsigned dictionary : {1024u, 2048u, 4096u}) {
+            std::string what = std::to_string(input.size()) + " bytes, dictionary " + std::to_string(dictionary);
             Bytes zeroed = runImplode(input, 0, dictionary, 0, 0x00).output;
-            EXPECT_TRUE(runImplode(input, 0, dictionary, 0, 0xFF).output == zeroed) << size;
-            EXPECT_TRUE(runImplode(input, 0, dictionary, 0, 0x61).output == zeroed) << size;
+            for (unsigned char garbage : {0xFF, 0x61})
+                EXPECT_TRUE(runImplode(input, 0, dictionary, 0, garbage).output == zeroed) << what;
+            for (unsigned piece : {1u, 7u, 516u, 2048u, 4095u})
+                EXPECT_TRUE(runImplode(input, 0, dictionary, piece).output == zeroed) << what << ", pieces of " << piece;
         }
-    }
 }

@@ -28,7 +28,8 @@ const Kind kinds[] = {
 };
 
 // Compresses and expands `input` in every mode and dictionary size, and
-// checks that the result is the input.
+// checks that the result is the input. An empty input gives the stream of
+// 4 bytes that explode refuses.
 void roundTrip(const Bytes& input, const std::string& what)
 {
     for (unsigned mode : {0u, 1u})
@@ -36,6 +37,11 @@ void roundTrip(const Bytes& input, const std::string& what)
             CodecRun packed = runImplode(input, mode, dictionary);
             ASSERT_EQ(packed.result, 0u);
             CodecRun back = runExplode(packed.output);
+            if (input.empty()) {
+                EXPECT_EQ(packed.output.size(), 4u);
+                EXPECT_EQ(back.result, 3u);
+                continue;
+            }
             ASSERT_EQ(back.result, 0u) << what << " mode " << mode << " dictionary " << dictionary;
             ASSERT_TRUE(back.output == input) << what << " mode " << mode << " dictionary " << dictionary;
         }
@@ -43,20 +49,10 @@ void roundTrip(const Bytes& input, const std::string& what)
 
 }  // namespace
 
-TEST(RoundTrip, EmptyInputGivesTheStreamThatExplodeRefuses)
-{
-    for (unsigned mode : {0u, 1u})
-        for (unsigned dictionary : {1024u, 2048u, 4096u}) {
-            CodecRun packed = runImplode({}, mode, dictionary);
-            EXPECT_EQ(packed.output.size(), 4u);
-            EXPECT_EQ(runExplode(packed.output).result, 3u);
-        }
-}
-
 TEST(RoundTrip, SizesAroundTheBlockBoundaries)
 {
     const size_t sizes[] = {
-        1, 2, 3, 8, 515, 516, 517, 1023, 1024, 1025, 2047, 2048, 2049, 4095, 4096, 4097,
+        0, 1, 2, 3, 8, 515, 516, 517, 1023, 1024, 1025, 2047, 2048, 2049, 4095, 4096, 4097,
         4611, 4612, 4613, 6143, 6144, 6145, 8191, 8192, 8193, 8708, 12287, 12288, 12289,
         16384, 16385, 20480 + 516, 40959, 40960, 40961,
     };
