@@ -158,6 +158,13 @@ inline std::vector<ParsedEntry> parseArchive(const std::string& bytes) {
     return entries;
 }
 
+// The names of the entries of an archive file, in order.
+inline std::vector<std::string> entryNames(const std::string& host) {
+    std::vector<std::string> names;
+    for (const ParsedEntry& e : parseArchive(readFile(host))) names.push_back(e.name);
+    return names;
+}
+
 // Everything below a host directory: relative path -> "D" for a directory,
 // "F:" + content for a file, "L:" + target for a link.
 inline std::map<std::string, std::string> treeOf(const std::string& host) {
