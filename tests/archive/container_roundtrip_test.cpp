@@ -55,7 +55,8 @@ TEST_F(ArchiveTest, LinksToDirectoriesAreNotFollowed) {
     fs::create_directory_symlink(dir.host("src/real"), dir.host("src/loop"));
     fs::create_symlink(dir.host("src/target.txt"), dir.host("src/filelink.txt"));
     ASSERT_EQ(0, packTree(dir.engine("src"), dir.engine("l.ma")));
-    EXPECT_EQ((std::vector<std::string>{"filelink.txt", "real", "real/a.txt", "target.txt"}), entryNames(dir.host("l.ma")))
+    EXPECT_EQ((std::vector<std::string>{"filelink.txt", "real", "real/a.txt", "target.txt"}),
+              entryNames(dir.host("l.ma")))
         << "a link to a file is that file; links to directories are left out";
     fs::create_directories(dir.host("out"));
     ASSERT_EQ(0, unpackTo(dir.engine("l.ma"), dir.engine("out")));

@@ -210,6 +210,6 @@ TEST(ImplodeCallbacks, OutputDependsNeitherOnHowTheInputArrivesNorOnTheWorkArea)
             for (unsigned char garbage : {0xFF, 0x61})
                 EXPECT_TRUE(runImplode(input, 0, dictionary, 0, garbage).output == zeroed) << what;
             for (unsigned piece : {1u, 7u, 516u, 2048u, 4095u})
-                EXPECT_TRUE(runImplode(input, 0, dictionary, piece).output == zeroed) << what << ", pieces of " << piece;
+                EXPECT_TRUE(runImplode(input, 0, dictionary, piece).output == zeroed) << what << ", by " << piece;
         }
 }

@@ -21,11 +21,6 @@
 
 namespace {
 
-class ListingCache : public ::testing::Test {
-protected:
-    void SetUp() override { kvFaultsClear(); }
-    void TearDown() override { kvFaultsClear(); }
-};
 
 // Waits until the ctime of host directory `dir` lies well in the past, as
 // the layer requires before it keeps a listing.
@@ -43,11 +38,28 @@ void letAge(const std::string& dir) {
     FAIL() << dir << " keeps changing";
 }
 
-bool exists(const std::string& engine) { return GetFileAttributesA(engine.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 void touch(const std::string& host) { writeFile(host, "x"); }
 
 unsigned long readdirs() { return kvHostCallCount(HostCall::Readdir); }
+
+// A test directory; paths are relative to it. Clears the faults before and
+// after each test.
+class ListingCache : public ::testing::Test {
+protected:
+    void SetUp() override { kvFaultsClear(); }
+    void TearDown() override { kvFaultsClear(); }
+    // Lets the test directory and the given ones below it age.
+    void age(std::initializer_list<std::string> below = {}) {
+        letAge(dir.host());
+        for (const std::string& d : below) letAge(dir.host(d));
+    }
+    bool exists(const std::string& engine) {
+        return GetFileAttributesA(dir.engine(engine).c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+    std::string hostOf(const std::string& engine) { return ToHostPath(dir.engine(engine).c_str()); }
+    TempDir dir;
+};
 
 }  // namespace
 
@@ -56,45 +68,40 @@ unsigned long readdirs() { return kvHostCallCount(HostCall::Readdir); }
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, NamesMadeAndRemovedBehindTheLayerAreSeenAtOnce) {
-    TempDir dir;
     for (int i = 0; i < 40; ++i) touch(dir.host("Sub/f" + std::to_string(i) + ".txt"));
-    letAge(dir.host());
-    letAge(dir.host("Sub"));
+    age({"Sub"});
 
-    ASSERT_TRUE(exists(dir.engine("SUB\\F1.TXT")));
+    ASSERT_TRUE(exists("SUB\\F1.TXT"));
     const unsigned long first = readdirs();
     ASSERT_GT(first, 0u);
-    EXPECT_TRUE(exists(dir.engine("sub\\F2.TXT")));
-    EXPECT_FALSE(exists(dir.engine("sub\\MISSING.TXT")));
+    EXPECT_TRUE(exists("sub\\F2.TXT"));
+    EXPECT_FALSE(exists("sub\\MISSING.TXT"));
     EXPECT_EQ(first, readdirs()) << "the listings were kept";
 
     touch(dir.host("Sub/New.txt"));
-    EXPECT_TRUE(exists(dir.engine("SUB\\NEW.TXT"))) << "a name made behind the layer's back";
-    EXPECT_EQ(dir.host("Sub/New.txt"), ToHostPath(dir.engine("sub\\new.TXT").c_str()));
+    EXPECT_TRUE(exists("SUB\\NEW.TXT")) << "a name made behind the layer's back";
+    EXPECT_EQ(dir.host("Sub/New.txt"), hostOf("sub\\new.TXT"));
 
     ASSERT_EQ(0, unlink(dir.host("Sub/f3.txt").c_str()));
-    SetLastError(0);
-    EXPECT_FALSE(exists(dir.engine("SUB\\F3.TXT"))) << "a name removed behind the layer's back";
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    expectFails(ERROR_FILE_NOT_FOUND, "a name removed behind the layer's back", [&] { return exists("SUB\\F3.TXT"); });
 
     // A file replaced by a directory of the same name in another case.
     ASSERT_EQ(0, unlink(dir.host("Sub/f4.txt").c_str()));
     ASSERT_EQ(0, mkdir(dir.host("Sub/F4.TXT").c_str(), 0755));
     touch(dir.host("Sub/F4.TXT/inner"));
-    EXPECT_TRUE(exists(dir.engine("sub\\f4.txt\\INNER")));
+    EXPECT_TRUE(exists("sub\\f4.txt\\INNER"));
 }
 
 TEST_F(ListingCache, ChangesInTheSameClockTickAreNotMissed) {
-    TempDir dir;
     touch(dir.host("Dir/a.txt"));
     // No waiting: every change lands within the tick of the one before.
     for (int i = 0; i < 50; ++i) {
         const std::string name = "n" + std::to_string(i) + ".txt";
-        EXPECT_FALSE(exists(dir.engine("DIR\\N" + std::to_string(i) + ".TXT")));
+        EXPECT_FALSE(exists("DIR\\N" + std::to_string(i) + ".TXT"));
         touch(dir.host("Dir/" + name));
-        EXPECT_TRUE(exists(dir.engine("DIR\\N" + std::to_string(i) + ".TXT"))) << name;
+        EXPECT_TRUE(exists("DIR\\N" + std::to_string(i) + ".TXT")) << name;
         ASSERT_EQ(0, unlink(dir.host("Dir/" + name).c_str()));
-        EXPECT_FALSE(exists(dir.engine("dir\\n" + std::to_string(i) + ".txt"))) << name;
+        EXPECT_FALSE(exists("dir\\n" + std::to_string(i) + ".txt")) << name;
     }
 }
 
@@ -103,48 +110,36 @@ TEST_F(ListingCache, ChangesInTheSameClockTickAreNotMissed) {
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, DirectoriesRenamedBehindTheLayer) {
-    TempDir dir;
     touch(dir.host("Alpha/x.txt"));
     touch(dir.host("Beta/y.txt"));
-    letAge(dir.host());
-    letAge(dir.host("Alpha"));
-    letAge(dir.host("Beta"));
-    ASSERT_TRUE(exists(dir.engine("ALPHA\\X.TXT")));
-    ASSERT_TRUE(exists(dir.engine("BETA\\Y.TXT")));
+    age({"Alpha", "Beta"});
+    ASSERT_TRUE(exists("ALPHA\\X.TXT"));
+    ASSERT_TRUE(exists("BETA\\Y.TXT"));
 
     // Alpha goes, Beta takes its name: the same host path, another directory.
     ASSERT_EQ(0, rename(dir.host("Alpha").c_str(), dir.host("Gamma").c_str()));
     ASSERT_EQ(0, rename(dir.host("Beta").c_str(), dir.host("Alpha").c_str()));
-    SetLastError(0);
-    EXPECT_FALSE(exists(dir.engine("ALPHA\\X.TXT")));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
-    EXPECT_TRUE(exists(dir.engine("alpha\\Y.TXT")));
-    EXPECT_TRUE(exists(dir.engine("GAMMA\\X.TXT")));
-    SetLastError(0);
-    EXPECT_FALSE(exists(dir.engine("BETA\\Y.TXT")));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_PATH_NOT_FOUND), GetLastError());
+    expectFails(ERROR_FILE_NOT_FOUND, "ALPHA\\X.TXT", [&] { return exists("ALPHA\\X.TXT"); });
+    EXPECT_TRUE(exists("alpha\\Y.TXT"));
+    EXPECT_TRUE(exists("GAMMA\\X.TXT"));
+    expectFails(ERROR_PATH_NOT_FOUND, "BETA\\Y.TXT", [&] { return exists("BETA\\Y.TXT"); });
 }
 
 TEST_F(ListingCache, DirectoriesRenamedAndRemovedThroughTheLayer) {
-    TempDir dir;
     touch(dir.host("Old/Inner/z.txt"));
-    letAge(dir.host());
-    letAge(dir.host("Old"));
-    letAge(dir.host("Old/Inner"));
-    ASSERT_TRUE(exists(dir.engine("OLD\\INNER\\Z.TXT")));
+    age({"Old", "Old/Inner"});
+    ASSERT_TRUE(exists("OLD\\INNER\\Z.TXT"));
 
     ASSERT_TRUE(MoveFileA(dir.engine("old").c_str(), dir.engine("New").c_str()));
-    EXPECT_FALSE(exists(dir.engine("OLD\\INNER\\Z.TXT")));
-    EXPECT_TRUE(exists(dir.engine("NEW\\INNER\\Z.TXT")));
-    EXPECT_EQ(dir.host("New/Inner/z.txt"), ToHostPath(dir.engine("new\\inner\\Z.TXT").c_str()));
+    EXPECT_FALSE(exists("OLD\\INNER\\Z.TXT"));
+    EXPECT_TRUE(exists("NEW\\INNER\\Z.TXT"));
+    EXPECT_EQ(dir.host("New/Inner/z.txt"), hostOf("new\\inner\\Z.TXT"));
 
     ASSERT_TRUE(DeleteFileA(dir.engine("NEW\\INNER\\Z.TXT").c_str()));
     ASSERT_TRUE(RemoveDirectoryA(dir.engine("NEW\\INNER").c_str()));
-    SetLastError(0);
-    EXPECT_FALSE(exists(dir.engine("NEW\\INNER")));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_FILE_NOT_FOUND), GetLastError());
+    expectFails(ERROR_FILE_NOT_FOUND, "NEW\\INNER", [&] { return exists("NEW\\INNER"); });
     ASSERT_TRUE(CreateDirectoryA(dir.engine("NEW\\INNER").c_str(), nullptr));
-    EXPECT_EQ(dir.host("New/INNER"), ToHostPath(dir.engine("new\\inner").c_str()))
+    EXPECT_EQ(dir.host("New/INNER"), hostOf("new\\inner"))
         << "made again in the spelling given";
 }
 
@@ -153,24 +148,22 @@ TEST_F(ListingCache, DirectoriesRenamedAndRemovedThroughTheLayer) {
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, TheFirstOfNamesEqualButForCaseWinsAsTheyComeAndGo) {
-    TempDir dir;
     for (const char* name : {"readme.TXT", "ReadMe.txt", "README.txt"}) touch(dir.host(name));
     touch(dir.host("data"));                // a file ...
     touch(dir.host("DATA/inside.txt"));     // ... and a directory, equal but for case
-    letAge(dir.host());
-    letAge(dir.host("DATA"));
+    age({"DATA"});
 
     for (int round = 0; round < 2; ++round) {  // from the disk, then from the cache
-        EXPECT_EQ(dir.host("README.txt"), ToHostPath(dir.engine("Readme.Txt").c_str())) << round;
-        EXPECT_EQ(dir.host("DATA/inside.txt"), ToHostPath(dir.engine("Data\\INSIDE.TXT").c_str())) << round;
-        EXPECT_EQ(dir.host("data"), ToHostPath(dir.engine("data").c_str())) << round;
+        EXPECT_EQ(dir.host("README.txt"), hostOf("Readme.Txt")) << round;
+        EXPECT_EQ(dir.host("DATA/inside.txt"), hostOf("Data\\INSIDE.TXT")) << round;
+        EXPECT_EQ(dir.host("data"), hostOf("data")) << round;
     }
     const unsigned long before = readdirs();
     ASSERT_EQ(0, unlink(dir.host("README.txt").c_str()));
-    EXPECT_EQ(dir.host("ReadMe.txt"), ToHostPath(dir.engine("readme.txt").c_str()));
+    EXPECT_EQ(dir.host("ReadMe.txt"), hostOf("readme.txt"));
     EXPECT_GT(readdirs(), before) << "the changed directory was read again";
     ASSERT_EQ(0, rename(dir.host("ReadMe.txt").c_str(), dir.host("README.TXT").c_str()));
-    EXPECT_EQ(dir.host("README.TXT"), ToHostPath(dir.engine("readme.txt").c_str()));
+    EXPECT_EQ(dir.host("README.TXT"), hostOf("readme.txt"));
 }
 
 // ---------------------------------------------------------------------------
@@ -178,25 +171,23 @@ TEST_F(ListingCache, TheFirstOfNamesEqualButForCaseWinsAsTheyComeAndGo) {
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, FilesMadeAndDeletedThroughTheLayer) {
-    TempDir dir;
     touch(dir.host("Lib/one.lib"));
-    letAge(dir.host());
-    letAge(dir.host("Lib"));
-    EXPECT_FALSE(exists(dir.engine("LIB\\TWO.LIB")));
+    age({"Lib"});
+    EXPECT_FALSE(exists("LIB\\TWO.LIB"));
 
     FILE* f = kvFopen(dir.engine("LIB\\Two.lib").c_str(), "w");
     ASSERT_NE(nullptr, f);
     fclose(f);
-    EXPECT_EQ(dir.host("Lib/Two.lib"), ToHostPath(dir.engine("lib\\TWO.LIB").c_str()));
+    EXPECT_EQ(dir.host("Lib/Two.lib"), hostOf("lib\\TWO.LIB"));
     f = kvFopen(dir.engine("lib\\two.LIB").c_str(), "w");  // the same file, not a second one
     ASSERT_NE(nullptr, f);
     fclose(f);
     EXPECT_EQ((std::vector<std::string>{"Two.lib", "one.lib"}), hostEntries(dir.host("Lib")));
 
     ASSERT_TRUE(DeleteFileA(dir.engine("LIB\\ONE.LIB").c_str()));
-    EXPECT_FALSE(exists(dir.engine("lib\\one.lib")));
+    EXPECT_FALSE(exists("lib\\one.lib"));
     ASSERT_TRUE(CopyFileA(dir.engine("lib\\two.lib").c_str(), dir.engine("LIB\\Three.LIB").c_str(), TRUE));
-    EXPECT_EQ(dir.host("Lib/Three.LIB"), ToHostPath(dir.engine("lib\\three.lib").c_str()));
+    EXPECT_EQ(dir.host("Lib/Three.LIB"), hostOf("lib\\three.lib"));
 }
 
 // ---------------------------------------------------------------------------
@@ -204,20 +195,17 @@ TEST_F(ListingCache, FilesMadeAndDeletedThroughTheLayer) {
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, FaultsReachTheListingEvenOfAKnownDirectory) {
-    TempDir dir;
     touch(dir.host("Existing.TXT"));
-    letAge(dir.host());
-    ASSERT_TRUE(exists(dir.engine("EXISTING.txt")));  // kept
+    age();
+    ASSERT_TRUE(exists("EXISTING.txt"));  // kept
 
     kvFaultAt(HostCall::Readdir, 1, EIO);
-    SetLastError(0);
-    EXPECT_FALSE(exists(dir.engine("existing.txt")));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_IO_DEVICE), GetLastError());
+    expectFails(ERROR_IO_DEVICE, "existing.txt", [&] { return exists("existing.txt"); });
     EXPECT_EQ(1u, kvFaultsHit());
 
     // Not knowing which spellings exist, nothing is made.
     kvFaultsClear();
-    ASSERT_TRUE(exists(dir.engine("EXISTING.txt")));
+    ASSERT_TRUE(exists("EXISTING.txt"));
     kvFaultAt(HostCall::Opendir, 1, EACCES);
     EXPECT_EQ(nullptr, kvFopen(dir.engine("existing.txt").c_str(), "w"));
     writeFile(dir.host("src.txt"), "new");
@@ -235,14 +223,13 @@ static struct dirent* countingReaddir(DIR* d) {
 }
 
 TEST_F(ListingCache, AReaddirOfATestsOwnIsAlwaysCalled) {
-    TempDir dir;
     touch(dir.host("Name.txt"));
-    letAge(dir.host());
-    ASSERT_TRUE(exists(dir.engine("NAME.TXT")));
-    ASSERT_TRUE(exists(dir.engine("name.TXT")));
+    age();
+    ASSERT_TRUE(exists("NAME.TXT"));
+    ASSERT_TRUE(exists("name.TXT"));
     ownReaddirs = 0;
     kvHost.readdir = countingReaddir;
-    EXPECT_TRUE(exists(dir.engine("NAME.txt")));
+    EXPECT_TRUE(exists("NAME.txt"));
     EXPECT_GT(ownReaddirs, 0u) << "the cache does not stand between a test and its own function";
 }
 
@@ -251,20 +238,19 @@ TEST_F(ListingCache, AReaddirOfATestsOwnIsAlwaysCalled) {
 // ---------------------------------------------------------------------------
 
 TEST_F(ListingCache, ManyDirectoriesStayCorrectPastTheBound) {
-    TempDir dir;
     const int count = 300;  // more than the cache keeps
     for (int i = 0; i < count; ++i) touch(dir.host("d" + std::to_string(i) + "/File.txt"));
-    letAge(dir.host());
+    age();
     for (int i = 0; i < count; ++i) letAge(dir.host("d" + std::to_string(i)));
 
     for (int i = 0; i < count; ++i)
-        ASSERT_TRUE(exists(dir.engine("D" + std::to_string(i) + "\\FILE.TXT"))) << i;
+        ASSERT_TRUE(exists("D" + std::to_string(i) + "\\FILE.TXT")) << i;
     unsigned long before = readdirs();
-    EXPECT_TRUE(exists(dir.engine("D" + std::to_string(count - 1) + "\\file.TXT")));
+    EXPECT_TRUE(exists("D" + std::to_string(count - 1) + "\\file.TXT"));
     EXPECT_EQ(before, readdirs()) << "the most recent directory is kept";
-    EXPECT_TRUE(exists(dir.engine("D0\\file.TXT")));
+    EXPECT_TRUE(exists("D0\\file.TXT"));
     EXPECT_GT(readdirs(), before) << "the least recent one was dropped";
 
     touch(dir.host("d1/Other.txt"));
-    EXPECT_TRUE(exists(dir.engine("D1\\OTHER.TXT")));
+    EXPECT_TRUE(exists("D1\\OTHER.TXT"));
 }

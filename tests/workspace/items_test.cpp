@@ -4,111 +4,95 @@
 
 #include "workspace_test.h"
 
-// The workspace's own list, as full paths.
-static std::vector<std::string> itemOrder(workspace& ws) {
-    std::vector<std::string> paths;
-    for (fileItem* item : static_cast<DesignWorkspace&>(ws).getFileItems()) paths.push_back(item->getFullPath());
-    return paths;
-}
+typedef std::vector<std::string> Names;
 
-TEST(WorkspaceItems, LocalItemsAreOrderedByNameWithoutRegardToCase) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/b.txt", ""}, {"ws/A.sch", ""}, {"ws/_x.dat", ""}, {"ws/2.out", ""},
-                    {"ws/10.out", ""}, {"ws/a.cir", ""}, {"ws/sub/inner.inc", ""}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
+class WorkspaceItems : public WorkspaceTest {
+protected:
+    // The workspace's own list, as paths relative to the test directory.
+    Names itemOrder() {
+        Names paths;
+        for (fileItem* item : design().getFileItems()) paths.push_back(item->getFullPath() + dir.engine().size() + 1);
+        return paths;
+    }
+    Names category(int c) { return baseNames(ws->getCategoryItems(c)); }
+};
+
+TEST_F(WorkspaceItems, OrderIsByNameWithoutRegardToCaseThenSubdirectoryThenExternal) {
+    ASSERT_TRUE(open({{"ws/b.txt", ""}, {"ws/A.sch", ""}, {"ws/_x.dat", ""}, {"ws/2.out", ""}, {"ws/10.out", ""},
+                      {"ws/a.cir", ""}, {"ws/z.sch", ""}, {"ws/lib/a.inc", ""}, {"ws/lib/q.inc", ""},
+                      {"other/b.lib", ""}, {"other/0.lib", ""}},
+                     "ws"));
     // Punctuation before digits before letters; subdirectories give nothing.
-    EXPECT_EQ(baseNames(ws->getLocalItems()),
-              (std::vector<std::string>{"_x.dat", "10.out", "2.out", "a.cir", "A.sch", "b.txt"}));
-}
-
-TEST(WorkspaceItems, OrderIsLocalThenSubdirectoryThenExternal) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/m.sch", ""}, {"ws/z.sch", ""}, {"ws/lib/a.inc", ""}, {"ws/lib/q.inc", ""},
-                    {"other/b.lib", ""}, {"other/0.lib", ""}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
+    EXPECT_EQ(baseNames(ws->getLocalItems()), (Names{"_x.dat", "10.out", "2.out", "a.cir", "A.sch", "b.txt", "z.sch"}));
     // Added out of order, as scans would meet them.
-    for (const char* path : {"other\\b.lib", "ws\\lib\\q.inc", "other\\0.lib", "ws\\lib\\a.inc", "ws\\a.sch"})
-        ASSERT_NE(design.addFileItem(dir.engine(path).c_str(), nullptr), nullptr) << path;
-    EXPECT_EQ(itemOrder(*ws), (std::vector<std::string>{
-                                  dir.engine("ws\\a.sch"), dir.engine("ws\\m.sch"), dir.engine("ws\\z.sch"),
-                                  dir.engine("ws\\lib\\a.inc"), dir.engine("ws\\lib\\q.inc"),
-                                  dir.engine("other\\0.lib"), dir.engine("other\\b.lib")}));
-    EXPECT_TRUE(ws->findItem(dir.engine("ws\\lib\\a.inc").c_str())->isLocalSubdir());
-    EXPECT_TRUE(ws->findItem(dir.engine("other\\b.lib").c_str())->isExternal());
+    for (const char* path : {"other\\b.lib", "ws\\lib\\q.inc", "other\\0.lib", "ws\\lib\\a.inc", "ws\\m.sch"})
+        ASSERT_NE(add(path), nullptr) << path;
+    EXPECT_EQ(itemOrder(), (Names{"ws\\_x.dat", "ws\\10.out", "ws\\2.out", "ws\\a.cir", "ws\\A.sch", "ws\\b.txt",
+                                  "ws\\m.sch", "ws\\z.sch", "ws\\lib\\a.inc", "ws\\lib\\q.inc", "other\\0.lib",
+                                  "other\\b.lib"}));
+    EXPECT_TRUE(item("ws\\lib\\a.inc")->isLocalSubdir());
+    EXPECT_TRUE(item("other\\b.lib")->isExternal());
     // The missing one is there, with exists false, and ordered like any other.
-    fileItem* missing = ws->findItem(dir.engine("ws\\a.sch").c_str());
+    fileItem* missing = item("ws\\m.sch");
     ASSERT_NE(missing, nullptr);
     EXPECT_FALSE(missing->exists());
-    EXPECT_EQ(std::string(missing->getBaseName()), "a.sch");
+    EXPECT_EQ(std::string(missing->getBaseName()), "m.sch");
     EXPECT_EQ(missing->getFileType().value(), KVE_fileTypeEnum::USER) << "a missing schematic fails its signature";
     // Listings by type ignore locality and existence, in item order.
     EXPECT_EQ(fullPaths(ws->getTypeItems(KVE_fileTypeEnum::INC)),
-              (std::vector<std::string>{dir.engine("ws\\lib\\a.inc"), dir.engine("ws\\lib\\q.inc")}));
+              (Names{dir.engine("ws\\lib\\a.inc"), dir.engine("ws\\lib\\q.inc")}));
 }
 
-TEST(WorkspaceItems, AddFileItemFindsExistingItemsWithoutRegardToCase) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/Top.SCH", "*version\n"}, {"ext/Lib.inc", "x"}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
-    fileItem* top = ws->findItem(dir.engine("ws\\Top.SCH").c_str());
+TEST_F(WorkspaceItems, AddFileItemFindsExistingItemsWithoutRegardToCase) {
+    ASSERT_TRUE(open({{"ws/Top.SCH", "*version\n"}, {"ext/Lib.inc", "x"}}, "ws"));
+    fileItem* top = item("ws\\Top.SCH");
     ASSERT_NE(top, nullptr);
-    EXPECT_EQ(design.addFileItem(dir.engine("ws\\top.sch").c_str(), nullptr), top);
-    EXPECT_EQ(design.addFileItem((dir.engine() + "/WS/./TOP.sch").c_str(), nullptr), top) << "tidied first";
+    EXPECT_EQ(add("ws\\top.sch"), top);
+    EXPECT_EQ(design().addFileItem((dir.engine() + "/WS/./TOP.sch").c_str(), nullptr), top) << "tidied first";
     // A new file outside takes the spelling the disk has.
-    fileItem* lib = design.addFileItem(dir.engine("EXT\\LIB.INC").c_str(), nullptr);
+    fileItem* lib = add("EXT\\LIB.INC");
     ASSERT_NE(lib, nullptr);
     EXPECT_EQ(std::string(lib->getFullPath()), dir.engine("ext\\Lib.inc"));
     EXPECT_TRUE(lib->exists());
     EXPECT_EQ(lib->getSize(), 1);
-    EXPECT_EQ(design.addFileItem(dir.engine("ext\\lib.INC").c_str(), nullptr), lib);
-    EXPECT_EQ(itemOrder(*ws).size(), 2u);
+    EXPECT_EQ(add("ext\\lib.INC"), lib);
+    EXPECT_EQ(itemOrder().size(), 2u);
 }
 
-TEST(WorkspaceItems, RefreshAddsNewFilesAndKeepsVanishedOnes) {
-    TempDir dir;
-    makeFiles(dir, {{"a.sch", "*version 1\n"}, {"b.txt", "#H data\n"}});
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    fileItem* a = ws->findItem(dir.engine("a.sch").c_str());
+TEST_F(WorkspaceItems, RefreshAddsNewFilesAndKeepsVanishedOnes) {
+    ASSERT_TRUE(open({{"a.sch", "*version 1\n"}, {"b.txt", "#H data\n"}}));
+    fileItem* a = item("a.sch");
     ASSERT_NE(a, nullptr);
 
     makeFiles(dir, {{"c.cir", "* circuit\n"}});
-    EXPECT_EQ(ws->findItem(dir.engine("c.cir").c_str()), nullptr) << "nothing is read before refresh";
+    EXPECT_EQ(item("c.cir"), nullptr) << "nothing is read before refresh";
     ASSERT_EQ(remove(dir.host("a.sch").c_str()), 0);
     ws->refresh();
 
-    EXPECT_EQ(baseNames(ws->getLocalItems()), (std::vector<std::string>{"a.sch", "b.txt", "c.cir"}));
-    EXPECT_EQ(ws->findItem(dir.engine("a.sch").c_str()), a) << "the vanished item is the same object";
+    EXPECT_EQ(baseNames(ws->getLocalItems()), (Names{"a.sch", "b.txt", "c.cir"}));
+    EXPECT_EQ(item("a.sch"), a) << "the vanished item is the same object";
     EXPECT_FALSE(a->exists());
     EXPECT_EQ(a->getFileType().value(), KVE_fileTypeEnum::SCH) << "it keeps its old type";
-    EXPECT_TRUE(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Sketchvane)).empty());
-    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::SCH)), std::vector<std::string>{"a.sch"});
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::FileBasedSimulation)),
-              std::vector<std::string>{"c.cir"});
+    EXPECT_TRUE(category(KVE_fileCategoryEnum::Sketchvane).empty());
+    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::SCH)), Names{"a.sch"});
+    EXPECT_EQ(category(KVE_fileCategoryEnum::FileBasedSimulation), Names{"c.cir"});
 
     // Back again: the same item exists once more.
     makeFiles(dir, {{"a.sch", "*version 2\n"}});
     ws->refresh();
     EXPECT_TRUE(a->exists());
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Sketchvane)), std::vector<std::string>{"a.sch"});
+    EXPECT_EQ(category(KVE_fileCategoryEnum::Sketchvane), Names{"a.sch"});
     EXPECT_EQ(baseNames(ws->getLocalItems()).size(), 3u);
 }
 
-TEST(WorkspaceItems, ChangedFileHasItsTypeDeterminedAgainAfterRefresh) {
-    TempDir dir;
+TEST_F(WorkspaceItems, ChangedFileHasItsTypeDeterminedAgainAfterRefresh) {
     makeFiles(dir, {{"x.sch", "not a schematic\n"}});
     setModificationTime(dir.host("x.sch"), 1000000000);
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    fileItem* x = ws->findItem(dir.engine("x.sch").c_str());
+    ASSERT_TRUE(open({}));
+    fileItem* x = item("x.sch");
     ASSERT_NE(x, nullptr);
     EXPECT_EQ(x->getFileType().value(), KVE_fileTypeEnum::USER);
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::UserFiles)), std::vector<std::string>{"x.sch"});
+    EXPECT_EQ(category(KVE_fileCategoryEnum::UserFiles), Names{"x.sch"});
 
     // Same size, new content and time: the type is stale only once the
     // workspace has seen the new record.
@@ -116,8 +100,8 @@ TEST(WorkspaceItems, ChangedFileHasItsTypeDeterminedAgainAfterRefresh) {
     setModificationTime(dir.host("x.sch"), 1000000100);
     EXPECT_EQ(x->getFileType().value(), KVE_fileTypeEnum::USER) << "no question touches the disk";
     ws->refresh();
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Sketchvane)), std::vector<std::string>{"x.sch"});
-    EXPECT_TRUE(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::UserFiles)).empty());
+    EXPECT_EQ(category(KVE_fileCategoryEnum::Sketchvane), Names{"x.sch"});
+    EXPECT_TRUE(category(KVE_fileCategoryEnum::UserFiles).empty());
     EXPECT_EQ(x->getFileType().value(), KVE_fileTypeEnum::SCH);
     EXPECT_EQ(x->getCategory().value(), KVE_fileCategoryEnum::Sketchvane);
 
@@ -125,18 +109,14 @@ TEST(WorkspaceItems, ChangedFileHasItsTypeDeterminedAgainAfterRefresh) {
     makeFiles(dir, {{"x.sch", "garbage garbage\n"}});
     setModificationTime(dir.host("x.sch"), 1000000200);
     ws->refresh();
-    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::USER)), std::vector<std::string>{"x.sch"});
+    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::USER)), Names{"x.sch"});
     EXPECT_TRUE(baseNames(ws->getTypeItems(KVE_fileTypeEnum::SCH)).empty());
 }
 
-TEST(WorkspaceItems, LookUpsTidyAndIgnoreCaseButNeedAnAbsolutePath) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/Board.pca", ""}, {"ws/sub/part.inc", ""}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
-    fileItem* board = ws->findItem(dir.engine("ws\\Board.pca").c_str());
-    fileItem* part = design.addFileItem(dir.engine("ws\\sub\\part.inc").c_str(), nullptr);
+TEST_F(WorkspaceItems, LookUpsTidyAndIgnoreCaseButNeedAnAbsolutePath) {
+    ASSERT_TRUE(open({{"ws/Board.pca", ""}, {"ws/sub/part.inc", ""}}, "ws"));
+    fileItem* board = item("ws\\Board.pca");
+    fileItem* part = add("ws\\sub\\part.inc");
     ASSERT_NE(board, nullptr);
     ASSERT_NE(part, nullptr);
     EXPECT_EQ(ws->findItem((dir.engine("WS") + "\\\\x\\..\\BOARD.PCA").c_str()), board);
@@ -150,44 +130,38 @@ TEST(WorkspaceItems, LookUpsTidyAndIgnoreCaseButNeedAnAbsolutePath) {
     EXPECT_EQ(ws->findCheckPointItem("anything"), nullptr);
 }
 
-TEST(WorkspaceItems, SelectionReachesWhatEachCallPromises) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/a.sch", ""}, {"ws/b.cir", ""}, {"ws/sub/c.inc", ""}, {"ext/d.lib", ""}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
-    design.addFileItem(dir.engine("ws\\sub\\c.inc").c_str(), nullptr);
-    design.addFileItem(dir.engine("ext\\d.lib").c_str(), nullptr);
+TEST_F(WorkspaceItems, SelectionReachesWhatEachCallPromises) {
+    ASSERT_TRUE(open({{"ws/a.sch", ""}, {"ws/b.cir", ""}, {"ws/sub/c.inc", ""}, {"ext/d.lib", ""}}, "ws"));
+    add("ws\\sub\\c.inc");
+    add("ext\\d.lib");
 
     ws->selectLocalItems();
-    EXPECT_EQ(baseNames(ws->getSelectedItems()), (std::vector<std::string>{"a.sch", "b.cir", "c.inc"}));
+    EXPECT_EQ(baseNames(ws->getSelectedItems()), (Names{"a.sch", "b.cir", "c.inc"}));
     ws->selectAllItems();
-    EXPECT_EQ(baseNames(ws->getSelectedItems()), (std::vector<std::string>{"a.sch", "b.cir", "c.inc", "d.lib"}));
-    EXPECT_EQ(baseNames(ws->getSelectedLocalItems()), (std::vector<std::string>{"a.sch", "b.cir", "c.inc"}));
+    EXPECT_EQ(baseNames(ws->getSelectedItems()), (Names{"a.sch", "b.cir", "c.inc", "d.lib"}));
+    EXPECT_EQ(baseNames(ws->getSelectedLocalItems()), (Names{"a.sch", "b.cir", "c.inc"}));
     fileItemList appended;
-    design.appendSelectedItems(appended);
+    design().appendSelectedItems(appended);
     EXPECT_EQ(appended.size(), 4u);
     ws->deselectAllItems();
     EXPECT_TRUE(baseNames(ws->getSelectedItems()).empty());
 
     // Without scanned dependencies, a selection with dependencies is the
     // item alone, and the walk's marks are cleared again for the next one.
-    fileItem* b = ws->findItem(dir.engine("ws\\b.cir").c_str());
+    fileItem* b = item("ws\\b.cir");
     b->selectWithDependencies(true);
-    EXPECT_EQ(baseNames(ws->getSelectedItems()), std::vector<std::string>{"b.cir"});
+    EXPECT_EQ(baseNames(ws->getSelectedItems()), Names{"b.cir"});
     b->deselect();
     b->selectWithAllDependencies(false);
     EXPECT_TRUE(b->isSelected()) << "a second walk must not see the marks of the first";
     EXPECT_EQ(static_cast<DesignFileItem*>(b)->getVisitMark(), 0u);
 }
 
-TEST(WorkspaceItems, SizeAndTimeComeFromTheFindRecord) {
-    TempDir dir;
+TEST_F(WorkspaceItems, SizeAndTimeComeFromTheFindRecord) {
     makeFiles(dir, {{"ws/five.txt", "12345"}});
     setModificationTime(dir.host("ws/five.txt"), 1600000000);
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    fileItem* five = ws->findItem(dir.engine("ws\\five.txt").c_str());
+    ASSERT_TRUE(open({}, "ws"));
+    fileItem* five = item("ws\\five.txt");
     ASSERT_NE(five, nullptr);
     EXPECT_EQ(five->getSize(), 5);
     const uint64_t expected = (1600000000ull + 11644473600ull) * 10000000ull;
@@ -201,38 +175,31 @@ TEST(WorkspaceItems, SizeAndTimeComeFromTheFindRecord) {
     strcpy(record.cFileName, "huge.dat");
     record.nFileSizeHigh = 1;
     record.nFileSizeLow = 2;
-    fileItem* huge = static_cast<DesignWorkspace&>(*ws).addFileItem(dir.engine("ws\\huge.dat").c_str(), &record);
+    fileItem* huge = design().addFileItem(dir.engine("ws\\huge.dat").c_str(), &record);
     ASSERT_NE(huge, nullptr);
     EXPECT_EQ(huge->getSize(), 4294967297ll);
     EXPECT_TRUE(huge->exists()) << "a given record that is no directory means the file exists";
-}
 
-TEST(WorkspaceItems, ItemWithoutDirectoryHasNoNamesAndInvalidLocality) {
-    WIN32_FIND_DATA record;
-    memset(&record, 0, sizeof record);
+    // An item without a directory has no names and no locality.
     strcpy(record.cFileName, "folder");
-    DesignFileItem item(record, "", nullptr);
-    EXPECT_STREQ(item.getFullPath(), "");
-    EXPECT_STREQ(item.getBaseName(), "");
-    EXPECT_EQ(item.getLocality().value(), KVE_Locality::invalid);
-    EXPECT_FALSE(item.isLocal() || item.isExternal() || item.isSystem());
+    DesignFileItem folder(record, "", nullptr);
+    EXPECT_STREQ(folder.getFullPath(), "");
+    EXPECT_STREQ(folder.getBaseName(), "");
+    EXPECT_EQ(folder.getLocality().value(), KVE_Locality::invalid);
+    EXPECT_FALSE(folder.isLocal() || folder.isExternal() || folder.isSystem());
 }
 
-TEST(WorkspaceItems, NamesThatTidyingChangesAreFoundByTheirTidiedPath) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/two words.sch", "*version\n"}, {"ws/ lead.txt", "#H\n"}, {"ws/quo\"te.cir", ""},
-                    {"ws/tab\tname.net", ""}, {"ws/plain.net", ""}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
-    EXPECT_EQ(baseNames(ws->getLocalItems()),
-              (std::vector<std::string>{"lead.txt", "plain.net", "quote.cir", "tab name.net", "two words.sch"}));
+TEST_F(WorkspaceItems, NamesThatTidyingChangesAreFoundByTheirTidiedPath) {
+    ASSERT_TRUE(open({{"ws/two words.sch", "*version\n"}, {"ws/ lead.txt", "#H\n"}, {"ws/quo\"te.cir", ""},
+                      {"ws/tab\tname.net", ""}, {"ws/plain.net", ""}},
+                     "ws"));
+    const Names listed = {"lead.txt", "plain.net", "quote.cir", "tab name.net", "two words.sch"};
+    EXPECT_EQ(baseNames(ws->getLocalItems()), listed);
     for (const char* name : {"two words.sch", " lead.txt", "quo\"te.cir", "tab\tname.net", "plain.net"}) {
-        const std::string path = dir.engine("ws") + "\\" + name;
-        fileItem* item = ws->findItem(path.c_str());
-        ASSERT_NE(item, nullptr) << name;
-        EXPECT_EQ(design.addFileItem(path.c_str(), nullptr), item) << name << ": no second item";
+        fileItem* found = item(std::string("ws\\") + name);
+        ASSERT_NE(found, nullptr) << name;
+        EXPECT_EQ(add(std::string("ws\\") + name), found) << name << ": no second item";
     }
-    EXPECT_EQ(typeOf(*ws, dir.engine("ws") + "\\two words.sch"), "SCH");
-    EXPECT_EQ(baseNames(ws->getLocalItems()).size(), 5u);
+    EXPECT_EQ(type("ws\\two words.sch"), "SCH");
+    EXPECT_EQ(baseNames(ws->getLocalItems()), listed);
 }

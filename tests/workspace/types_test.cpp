@@ -22,30 +22,22 @@ static void expectTypes(const std::vector<typeCase>& cases) {
         EXPECT_EQ(typeOf(*ws, dir.engine(c.name)), c.type) << c.name << " holding \"" << c.content << "\"";
 }
 
-TEST(TypeDetection, DigitsInTheExtensionStandForHash) {
+TEST(TypeDetection, ByNameAndSignature) {
     expectTypes({
+        // Digits in the extension stand for '#'.
         {"design.d01", "", "DRILL"},   {"design.G12", "", "GERBER"}, {"fuse.j3", "", "JEDEC"},
         {"fuse.J33", "", "JEDEC"},     {"rom.r1", "", "RAMROM"},     {"rom.r12", "", "RAMROM"},
         {"rom.r123", "", "RAMROM"},    {"x.2op", "", "1OP"},         {"y.9OP", "", "1OP"},
         {"x.d1", "", "USER"},          {"x.g1", "", "USER"},         {"x.j333", "", "USER"},
         {"x.r1234", "", "USER"},       {"x.ramrom", "", "USER"},
-    });
-}
-
-TEST(TypeDetection, NamesWithoutAShortExtensionAreUserFiles) {
-    expectTypes({
+        // Names without a short extension are user files.
         {"noext", "", "USER"}, {"x.chkpt", "", "USER"}, {"x.", "", "USER"}, {"a.b.netlist", "", "USER"},
         {"a.netlist.net", "", "NET"}, {".cir", "* hidden\n", "CIR"}, {"MiXeD.Cir", "", "CIR"},
-    });
-}
-
-TEST(TypeDetection, TextSignaturesCompareTheFirstLineWithoutRegardToCase) {
-    expectTypes({
+        // Text signatures compare the first line without regard to case.
         {"good.sch", "*version 9.1 12\n@LIBRARIES\n", "SCH"},
         {"upper.SCH", "*VERSION\n", "SCH"},
         {"crlf.sch", "*Version 3\r\n", "SCH"},
         {"short.sch", "*ve", "USER"},
-        {"empty.sch", "", "USER"},
         {"other.sch", "version 9\n", "USER"},
         {"late.sch", "\n*version\n", "USER"},
         {"data.txt", "#H header\n", "TXT"},
@@ -58,33 +50,31 @@ TEST(TypeDetection, TextSignaturesCompareTheFirstLineWithoutRegardToCase) {
         {"short.doc", "FKDoc\n", "USER"},
         {"ap.adf", "*APERTURE list\n", "ADF"},
         {"noap.adf", "D10 C 0.01\n", "USER"},
-    });
-}
-
-TEST(TypeDetection, BinarySignaturesCompareOnlyTheFirstByte) {
-    expectTypes({
+        // Binary signatures compare only the first byte.
         {"wave.dat", std::string("\xFF\x00\x00\x00rest", 8), "DAT"},
         {"one.dat", "\xFF", "DAT"},
         {"ff-then-text.dat", "\xFFhello", "DAT"},
         {"text.dat", "1 2 3\n", "USER"},
-        {"zero.dat", "", "USER"},
         {"data.cat", "\xFF\xFF\xFF\xFF", "CAT"},
         {"list.cat", "a b c", "USER"},
+        // Empty files have the plain row's type; a signature fails.
+        {"e.cir", "", "CIR"}, {"e.lib", "", "LIB"}, {"e.slb", "", "SLB"}, {"e.mdf", "", "MDF"},
+        {"e.txt", "", "USER"}, {"e.sch", "", "USER"}, {"zero.dat", "", "USER"},
     });
 }
 
-TEST(TypeDetection, EmptyFilesHaveThePlainRowsType) {
-    expectTypes({{"e.cir", "", "CIR"}, {"e.lib", "", "LIB"}, {"e.slb", "", "SLB"}, {"e.mdf", "", "MDF"},
-                 {"e.txt", "", "USER"}, {"e.sch", "", "USER"}});
-}
+typedef std::vector<std::string> Names;
 
-TEST(TypeDetection, UnreadableFileFailsItsSignatureAndQuestionsStayOffTheDisk) {
-    TempDir dir;
+class CategoryListings : public WorkspaceTest {
+protected:
+    Names category(int c) { return baseNames(ws->getCategoryItems(c)); }
+};
+
+TEST_F(CategoryListings, UnreadableFileFailsItsSignatureAndQuestionsStayOffTheDisk) {
     makeFiles(dir, {{"top.sch", "*version 1\n"}, {"top.cir", "* c\n"}, {"top.net", ""}});
     setModificationTime(dir.host("top.sch"), 1000000000);
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    fileItem* top = ws->findItem(dir.engine("top.sch").c_str());
+    ASSERT_TRUE(open({}));
+    fileItem* top = item("top.sch");
     ASSERT_EQ(top->getFileType().value(), KVE_fileTypeEnum::SCH);
 
     // Questions and listings answer from the records alone.
@@ -102,85 +92,66 @@ TEST(TypeDetection, UnreadableFileFailsItsSignatureAndQuestionsStayOffTheDisk) {
     EXPECT_EQ(top->getFileType().value(), KVE_fileTypeEnum::USER) << "determined once per change";
 }
 
-TEST(CategoryListings, CircuitBesideASchematicIsShownBeneathItNotListed) {
-    TempDir dir;
-    makeFiles(dir, {{"amp.sch", "*version\n"}, {"AMP.CIR", "* from the schematic\n"}, {"osc.cir", "* alone\n"}});
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    EXPECT_FALSE(ws->findItem(dir.engine("amp.cir").c_str())->isListed());
-    EXPECT_TRUE(ws->findItem(dir.engine("osc.cir").c_str())->isListed());
-    EXPECT_TRUE(ws->findItem(dir.engine("amp.sch").c_str())->isListed());
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::FileBasedSimulation)),
-              std::vector<std::string>{"osc.cir"});
-    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::CIR)), (std::vector<std::string>{"AMP.CIR", "osc.cir"}));
+TEST_F(CategoryListings, CircuitBesideASchematicIsShownBeneathItNotListed) {
+    ASSERT_TRUE(open({{"amp.sch", "*version\n"}, {"AMP.CIR", "* from the schematic\n"}, {"osc.cir", "* alone\n"}}));
+    EXPECT_FALSE(item("amp.cir")->isListed());
+    EXPECT_TRUE(item("osc.cir")->isListed());
+    EXPECT_TRUE(item("amp.sch")->isListed());
+    EXPECT_EQ(category(KVE_fileCategoryEnum::FileBasedSimulation), Names{"osc.cir"});
+    EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::CIR)), (Names{"AMP.CIR", "osc.cir"}));
 
     // The schematic goes: after a refresh the circuit is listed again.
     ASSERT_EQ(remove(dir.host("amp.sch").c_str()), 0);
     ws->refresh();
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::FileBasedSimulation)),
-              (std::vector<std::string>{"AMP.CIR", "osc.cir"}));
+    EXPECT_EQ(category(KVE_fileCategoryEnum::FileBasedSimulation), (Names{"AMP.CIR", "osc.cir"}));
 }
 
-TEST(CategoryListings, MiscellaneousFilesShowsUnclaimedFilesWithoutCategory) {
-    TempDir dir;
-    makeFiles(dir, {
-                       {"amp.sch", "*version\n"},
-                       {"amp.net", "netlist\n"},  // Netlists of amp.sch: claimed
-                       {"AMP.bom", "bom\n"},      // Reports of amp.sch: claimed
-                       {"amp.out", "out\n"},      // Simulation Output of amp.sch: claimed
-                       {"lone.net", "netlist\n"}, // no parent
-                       {"osc.cir", "* c\n"},
-                       {"osc.out", "out\n"}, // Output of osc.cir: claimed
-                       {"osc.1op", ""},      // System Files of osc.cir: claimed
-                       {"board.pca", ""},
-                       {"board.g01", ""},  // Gerber Output of board.pca
-                       {"board.d02", ""},  // Drill Output of board.pca
-                       {"other.g01", ""},  // no board of that stem
-                       {"notes.xyz", ""},  // a user file has a category of its own
-                       {"readme.rdm", ""}, // no category, no folder
-                       {"gone.sch", "x\n"},
-                   });
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::MiscellaneousFiles)),
-              (std::vector<std::string>{"lone.net", "other.g01", "readme.rdm"}));
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::UserFiles)),
-              (std::vector<std::string>{"gone.sch", "notes.xyz"}));
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Lamineer)), std::vector<std::string>{"board.pca"});
+TEST_F(CategoryListings, MiscellaneousFilesShowsUnclaimedFilesWithoutCategory) {
+    ASSERT_TRUE(open({
+        {"amp.sch", "*version\n"},
+        {"amp.net", "netlist\n"},  // Netlists of amp.sch: claimed
+        {"AMP.bom", "bom\n"},      // Reports of amp.sch: claimed
+        {"amp.out", "out\n"},      // Simulation Output of amp.sch: claimed
+        {"lone.net", "netlist\n"}, // no parent
+        {"osc.cir", "* c\n"},
+        {"osc.out", "out\n"},      // Output of osc.cir: claimed
+        {"osc.1op", ""},           // System Files of osc.cir: claimed
+        {"board.pca", ""},
+        {"board.g01", ""},         // Gerber Output of board.pca
+        {"board.d02", ""},         // Drill Output of board.pca
+        {"other.g01", ""},         // no board of that stem
+        {"notes.xyz", ""},         // a user file has a category of its own
+        {"readme.rdm", ""},        // no category, no folder
+        {"gone.sch", "x\n"},
+    }));
+    EXPECT_EQ(category(KVE_fileCategoryEnum::MiscellaneousFiles), (Names{"lone.net", "other.g01", "readme.rdm"}));
+    EXPECT_EQ(category(KVE_fileCategoryEnum::UserFiles), (Names{"gone.sch", "notes.xyz"}));
+    EXPECT_EQ(category(KVE_fileCategoryEnum::Lamineer), Names{"board.pca"});
 
     // A parent that vanishes no longer claims; a vanished file without
     // category stays in Miscellaneous Files, which does not test existence.
     ASSERT_EQ(remove(dir.host("board.pca").c_str()), 0);
     ASSERT_EQ(remove(dir.host("readme.rdm").c_str()), 0);
     ws->refresh();
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::MiscellaneousFiles)),
-              (std::vector<std::string>{"board.d02", "board.g01", "lone.net", "other.g01", "readme.rdm"}));
-    EXPECT_TRUE(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Lamineer)).empty());
+    EXPECT_EQ(category(KVE_fileCategoryEnum::MiscellaneousFiles),
+              (Names{"board.d02", "board.g01", "lone.net", "other.g01", "readme.rdm"}));
+    EXPECT_TRUE(category(KVE_fileCategoryEnum::Lamineer).empty());
 }
 
-TEST(CategoryListings, OnlyLocalItemsAreShownAndNonLocalParentsDoNotClaim) {
-    TempDir dir;
-    makeFiles(dir, {{"ws/top.net", ""}, {"ws/sub/top.sch", "*version\n"}, {"ws/sub/deep.sch", "*version\n"},
-                    {"ext/x.sch", "*version\n"}});
-    auto ws = openOrFail(dir.engine("ws"));
-    ASSERT_TRUE(ws);
-    DesignWorkspace& design = static_cast<DesignWorkspace&>(*ws);
-    design.addFileItem(dir.engine("ws\\sub\\top.sch").c_str(), nullptr);
-    design.addFileItem(dir.engine("ws\\sub\\deep.sch").c_str(), nullptr);
-    design.addFileItem(dir.engine("ext\\x.sch").c_str(), nullptr);
-    EXPECT_TRUE(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::Sketchvane)).empty());
+TEST_F(CategoryListings, OnlyLocalItemsAreShownAndNonLocalParentsDoNotClaim) {
+    ASSERT_TRUE(open({{"ws/top.net", ""}, {"ws/sub/top.sch", "*version\n"}, {"ws/sub/deep.sch", "*version\n"},
+                      {"ext/x.sch", "*version\n"}},
+                     "ws"));
+    for (const char* path : {"ws\\sub\\top.sch", "ws\\sub\\deep.sch", "ext\\x.sch"}) add(path);
+    EXPECT_TRUE(category(KVE_fileCategoryEnum::Sketchvane).empty());
     EXPECT_EQ(baseNames(ws->getTypeItems(KVE_fileTypeEnum::SCH)).size(), 3u);
-    EXPECT_EQ(baseNames(ws->getCategoryItems(KVE_fileCategoryEnum::MiscellaneousFiles)),
-              std::vector<std::string>{"top.net"});
+    EXPECT_EQ(category(KVE_fileCategoryEnum::MiscellaneousFiles), Names{"top.net"});
 }
 
-TEST(CategoryListings, FlagTestsAndNetlistTypes) {
-    TempDir dir;
-    makeFiles(dir, {{"a.sch", "*version\n"}, {"a.edf", ""}, {"a.net", ""}, {"a.pca", ""}});
-    auto ws = openOrFail(dir.engine());
-    ASSERT_TRUE(ws);
-    fileItem* sch = ws->findItem(dir.engine("a.sch").c_str());
-    fileItem* pca = ws->findItem(dir.engine("a.pca").c_str());
+TEST_F(CategoryListings, FlagTestsAndNetlistTypes) {
+    ASSERT_TRUE(open({{"a.sch", "*version\n"}, {"a.edf", ""}, {"a.net", ""}, {"a.pca", ""}}));
+    fileItem* sch = item("a.sch");
+    fileItem* pca = item("a.pca");
     EXPECT_TRUE(sch->isSystemFileCategory(KVE_fileCategoryEnum::SystemFiles));
     EXPECT_FALSE(sch->isSystemFileCategory(KVE_fileCategoryEnum::Reports));
     EXPECT_TRUE(sch->isOutputCategory(KVE_fileCategoryEnum::Reports));
@@ -189,14 +160,13 @@ TEST(CategoryListings, FlagTestsAndNetlistTypes) {
     EXPECT_FALSE(sch->isOutputCategory(KVE_fileCategoryEnum::GerberOutput)) << "a board's folder";
     EXPECT_TRUE(pca->isOutputCategory(KVE_fileCategoryEnum::GerberOutput));
     EXPECT_TRUE(pca->isSystemFileCategory(KVE_fileCategoryEnum::SystemFiles_30));
-    EXPECT_TRUE(isNetlistType(ws->findItem(dir.engine("a.edf").c_str())));
-    EXPECT_FALSE(isNetlistType(ws->findItem(dir.engine("a.net").c_str()))) << "NET is a system file, not a netlist";
+    EXPECT_TRUE(isNetlistType(item("a.edf")));
+    EXPECT_FALSE(isNetlistType(item("a.net"))) << "NET is a system file, not a netlist";
     EXPECT_FALSE(isNetlistType(sch));
     EXPECT_FALSE(isNetlistType(nullptr));
     // The folder listings pick the schematic's folders by the two flags;
     // its children are the folders with content, and the dependency
     // folders, which claim content without a scan.
-    typedef std::vector<std::string> Names;
     EXPECT_EQ(baseNames(sch->getSystemFileChildren()), Names{"System Files"});
     EXPECT_EQ(baseNames(sch->getOutputChildren()), (Names{"Reports", "Simulation Output"}));
     EXPECT_TRUE(sch->hasChildren(0, nullptr));

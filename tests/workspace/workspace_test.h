@@ -1,5 +1,6 @@
 // Helpers of the workspace tests: build a workspace on disk from a compact
-// description, open it, and read listings as names.
+// description, open it, and read listings as names; a fixture that holds
+// the test directory and the workspace opened on it.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -53,3 +54,24 @@ inline std::string typeOf(workspace& ws, const std::string& enginePath) {
 
 // Sets the last write time of a host file, in seconds since 1970.
 void setModificationTime(const std::string& hostPath, long seconds);
+
+// A test directory and a workspace opened on it. Paths are relative to the
+// test directory, in engine form ("ws\\a.sch").
+class WorkspaceTest : public ::testing::Test {
+protected:
+    // Writes `files`, opens the directory `relative` ("" for the test
+    // directory itself) and expects NoError; false if nothing was opened.
+    bool open(const fileSet& files, const std::string& relative = "") {
+        makeFiles(dir, files);
+        ws = openOrFail(relative.empty() ? dir.engine() : dir.engine(relative));
+        return ws != nullptr;
+    }
+    DesignWorkspace& design() { return static_cast<DesignWorkspace&>(*ws); }
+    fileItem* item(const std::string& relative) { return ws->findItem(dir.engine(relative).c_str()); }
+    // Adds a file met outside a listing, as a scan does.
+    fileItem* add(const std::string& relative) { return design().addFileItem(dir.engine(relative).c_str(), nullptr); }
+    std::string type(const std::string& relative) { return typeOf(*ws, dir.engine(relative)); }
+
+    TempDir dir;
+    std::unique_ptr<workspace> ws;
+};
