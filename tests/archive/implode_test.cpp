@@ -118,20 +118,6 @@ TEST(ImplodeStreams, ReferenceFilesToTheByte)
     }
 }
 
-TEST(ImplodeStreams, MatchIsCutBackAtTheEndOfTheData)
-{
-    // The second half repeats the first but stops early: the match at its
-    // start reaches past the end and must be shortened, never run on into
-    // what the window held beyond the data.
-    Bytes input = designText(3000, 11);
-    input.insert(input.end(), input.begin(), input.begin() + 700);
-    for (unsigned dictionary : {1024u, 2048u, 4096u}) {
-        CodecRun back = runExplode(runImplode(input, 0, dictionary).output);
-        EXPECT_EQ(back.result, 0u);
-        EXPECT_TRUE(back.output == input) << "dictionary " << dictionary;
-    }
-}
-
 // --- parameters --------------------------------------------------------------
 
 TEST(ImplodeParameters, BadValuesFailBeforeAnyCall)

@@ -1,5 +1,6 @@
 // Round trips through implode and explode: generated inputs of many kinds
-// and sizes, in both literal modes and with all three dictionary sizes.
+// and sizes, and inputs shaped for the match search, in both literal modes
+// and with all three dictionary sizes.
 //
 // Sizes sit at and around the boundaries of the codecs' blocks: 516 (the
 // look-ahead), 2048 (an output block of implode), 4096 (an input block of
@@ -65,39 +66,39 @@ TEST(RoundTrip, SizesAroundTheBlockBoundaries)
         }
 }
 
-TEST(RoundTrip, RepeatsAtTheEdgeOfEachDictionary)
+TEST(RoundTrip, ShapedInputs)
 {
+    std::vector<std::pair<std::string, Bytes>> inputs;
     // A block of random bytes repeated at distances just inside and just
     // outside each dictionary, so that the longest usable distance decides.
     for (size_t gap : {1021u, 1022u, 1023u, 1024u, 1025u, 2045u, 2047u, 2048u, 4093u, 4095u, 4096u, 4097u}) {
-        Bytes block = randomBytes(600, static_cast<uint32_t>(gap));
-        Bytes input = block;
-        Bytes filler = randomBytes(gap - 600 < gap ? gap - 600 : 0, 99);
+        Bytes block = randomBytes(600, static_cast<uint32_t>(gap)), input = block;
+        Bytes filler = randomBytes(gap - 600, 99);
         input.insert(input.end(), filler.begin(), filler.end());
         input.insert(input.end(), block.begin(), block.end());
-        SCOPED_TRACE("gap " + std::to_string(gap));
-        roundTrip(input, "repeat");
+        inputs.emplace_back("repeat at gap " + std::to_string(gap), input);
     }
-}
-
-TEST(RoundTrip, PeriodicInputsWithRareChanges)
-{
     // Long matches with many candidates: the search's long phase.
     for (unsigned period = 1; period <= 12; ++period) {
         Bytes input(30000);
         for (size_t i = 0; i < input.size(); ++i)
             input[i] = static_cast<unsigned char>('a' + i % period + (i % 1009 == 0 ? 9 : 0));
-        SCOPED_TRACE("period " + std::to_string(period));
-        roundTrip(input, "periodic");
+        inputs.emplace_back("period " + std::to_string(period), input);
     }
-}
-
-TEST(RoundTrip, SomeMegabytes)
-{
-    Bytes input = designText(2 << 20, 31);
+    // A second half that repeats the first but stops early: the match at
+    // its start reaches past the end and must be shortened, never run on
+    // into what the window held beyond the data.
+    Bytes cut = designText(3000, 11), head(cut.begin(), cut.begin() + 700);
+    cut.insert(cut.end(), head.begin(), head.end());
+    inputs.emplace_back("repeat cut off by the end", cut);
+    // Some megabytes.
+    Bytes large = designText(2 << 20, 31);
     Bytes noise = randomBytes(1 << 20, 32);
-    input.insert(input.end(), noise.begin(), noise.end());
-    Bytes zeros(300000, 0);
-    input.insert(input.end(), zeros.begin(), zeros.end());
-    roundTrip(input, "text, random, zeros");
+    large.insert(large.end(), noise.begin(), noise.end());
+    large.insert(large.end(), 300000, 0);
+    inputs.emplace_back("text, random, zeros", large);
+    for (const auto& input : inputs) {
+        SCOPED_TRACE(input.first);
+        roundTrip(input.second, input.first);
+    }
 }
