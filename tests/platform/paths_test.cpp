@@ -90,15 +90,21 @@ TEST(FullPath, BufferSizeAndFilePart) {
 // Drives
 // ---------------------------------------------------------------------------
 
-TEST(Drives, ZIsTheHostRoot) {
+TEST(Drives, ZIsTheHostRootAndRelativeHostPathsUseTheCurrentDirectory) {
     EnvGuard drives("KVENG_DRIVES", nullptr);
-    EXPECT_EQ("Z:\\", ToEnginePath("/"));
-    EXPECT_EQ("Z:\\usr\\lib", ToEnginePath("/usr//lib/"));
-    EXPECT_EQ("Z:\\usr", ToEnginePath("/usr/lib/.."));
-    EXPECT_EQ("/", ToHostPath("Z:\\"));
-    EXPECT_EQ("/usr/lib", ToHostPath("z:/usr/lib"));
-    EXPECT_EQ("", ToHostPath("C:\\x")) << "an unmapped drive names nothing";
-    EXPECT_EQ("", ToHostPath("\\\\server\\share\\x")) << "a UNC name names nothing";
+    CwdGuard guard;
+    TempDir dir;
+    ASSERT_EQ(0, chdir(dir.host().c_str()));
+    const struct { std::string host, engine; } toEngine[] = {
+        {"/", "Z:\\"}, {"/usr//lib/", "Z:\\usr\\lib"}, {"/usr/lib/..", "Z:\\usr"},
+        {"sub/./f", dir.engine() + "\\sub\\f"}, {".", dir.engine()},
+    };
+    for (const auto& r : toEngine) EXPECT_EQ(r.engine, ToEnginePath(r.host.c_str())) << r.host;
+    const struct { const char *engine, *host, *why; } toHost[] = {
+        {"Z:\\", "/", "the root"}, {"z:/usr/lib", "/usr/lib", "any case, any separator"},
+        {"C:\\x", "", "an unmapped drive names nothing"}, {"\\\\server\\share\\x", "", "a UNC name names nothing"},
+    };
+    for (const auto& r : toHost) EXPECT_EQ(r.host, ToHostPath(r.engine)) << r.why;
 }
 
 TEST(Drives, MappedLettersAndTheLongestRoot) {
@@ -153,14 +159,6 @@ TEST(Drives, ARootReachedThroughALinkKeepsItsLetter) {
     EnvGuard drives("KVENG_DRIVES", value.c_str());
     EXPECT_EQ("C:\\f.txt", ToEnginePath(dir.host("real/f.txt").c_str())) << "one file, one engine path";
     EXPECT_EQ("C:\\f.txt", ToEnginePath(dir.host("link/f.txt").c_str()));
-}
-
-TEST(Drives, RelativeHostPathsUseTheCurrentDirectory) {
-    CwdGuard guard;
-    TempDir dir;
-    ASSERT_EQ(0, chdir(dir.host().c_str()));
-    EXPECT_EQ(dir.engine() + "\\sub\\f", ToEnginePath("sub/./f"));
-    EXPECT_EQ(dir.engine(), ToEnginePath("."));
 }
 
 // ---------------------------------------------------------------------------

@@ -30,7 +30,7 @@ static std::string readThrough(const std::string& engine, const char* mode, size
     return out;
 }
 
-TEST(TextMode, CrLfReadsAsLf) {
+TEST(TextMode, CrLfReadsAsLfAndLoneCarriageReturnsStay) {
     TempDir dir;
     writeFile(dir.host("win.cir"), "* title\r\n.include \"a.lib\"\r\n\r\n.end\r\n");
     FILE* f = kvFopen(dir.engine("WIN.CIR").c_str(), "r");
@@ -40,18 +40,28 @@ TEST(TextMode, CrLfReadsAsLf) {
     while (fgets(line, sizeof line, f)) lines.push_back(line);
     fclose(f);
     EXPECT_EQ((std::vector<std::string>{"* title\n", ".include \"a.lib\"\n", "\n", ".end\n"}), lines);
-    EXPECT_EQ("* title\n.include \"a.lib\"\n\n.end\n", readThrough(dir.engine("win.cir"), "rt"));
+    const struct { const char *mode, *raw, *text; } rows[] = {
+        {"rt", "* title\r\n.include \"a.lib\"\r\n\r\n.end\r\n", "* title\n.include \"a.lib\"\n\n.end\n"},
+        // A CR before CR LF, after LF, and at the end of the file stays.
+        {"r", "one\rtwo\r\r\nthree\n\rfour\r", "one\rtwo\r\nthree\n\rfour\r"},
+        {"r", "\r", "\r"},
+        {"r", "", ""},
+    };
+    for (const auto& r : rows) {
+        writeFile(dir.host("t.txt"), r.raw);
+        EXPECT_EQ(r.text, readThrough(dir.engine("t.txt"), r.mode)) << r.raw;
+    }
 }
 
-TEST(TextMode, LoneCarriageReturnsStay) {
-    TempDir dir;
-    writeFile(dir.host("a.txt"), "one\rtwo\r\r\nthree\n\rfour\r");
-    EXPECT_EQ("one\rtwo\r\nthree\n\rfour\r", readThrough(dir.engine("a.txt"), "r"))
-        << "a CR before CR LF, after LF, and at the end of the file stay";
-    writeFile(dir.host("b.txt"), "\r");
-    EXPECT_EQ("\r", readThrough(dir.engine("b.txt"), "r"));
-    writeFile(dir.host("c.txt"), "");
-    EXPECT_EQ("", readThrough(dir.engine("c.txt"), "r"));
+// Random text of `count` pieces: CR LF, a lone CR, a lone LF or a letter.
+static std::string crLfMix(int count, unsigned seed) {
+    std::string raw;
+    for (int i = 0; i < count; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        unsigned r = (seed >> 16) % 6;
+        raw += r == 0 ? "\r\n" : r == 1 ? "\r" : r == 2 ? "\n" : std::string(1, static_cast<char>('a' + r));
+    }
+    return raw + "\r\n\r";
 }
 
 TEST(TextMode, CrLfAcrossEveryBufferBoundary) {
@@ -63,13 +73,7 @@ TEST(TextMode, CrLfAcrossEveryBufferBoundary) {
         raw.append(target - raw.size(), 'x');
         raw += "\r\n";
     }
-    unsigned seed = 7;
-    for (int i = 0; i < 200000; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        unsigned r = (seed >> 16) % 8;
-        raw += r == 0 ? '\r' : r == 1 ? '\n' : static_cast<char>('a' + r);
-    }
-    raw += '\r';
+    raw += crLfMix(200000, 7);
     writeFile(dir.host("big.txt"), raw);
     std::string expected = textOf(raw);
     for (size_t chunk : {1u, 7u, 4096u, 70000u})
@@ -86,14 +90,7 @@ static ssize_t shortRead(int fd, void* buffer, size_t size) {
 
 TEST(TextMode, ShortReadsOfTheHostSplitCrLfAnywhere) {
     TempDir dir;
-    std::string raw;
-    unsigned seed = 11;
-    for (int i = 0; i < 20000; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        unsigned r = (seed >> 16) % 6;
-        raw += r == 0 ? "\r\n" : r == 1 ? "\r" : r == 2 ? "\n" : std::string(1, static_cast<char>('a' + r));
-    }
-    raw += "\r\n\r";
+    std::string raw = crLfMix(20000, 11);
     writeFile(dir.host("short.txt"), raw);
     const std::string expected = textOf(raw);
     for (size_t piece : {1u, 2u, 3u, 5u, 4099u}) {
