@@ -25,25 +25,17 @@ TEST(KelvaultTree, ShowsCategoriesWithTheirFilesAndTypeNames) {
 
     ASSERT_EQ(runKelvault("tree --all '" + dir.host("ws") + "'", out), 0);
     EXPECT_NE(out.find("Vantric (0)"), std::string::npos) << out;
-}
 
-TEST(KelvaultTree, JsonGivesTheSameAsData) {
-    TempDir dir;
-    makeDesign(dir);
-    std::string out;
+    // --json gives the same as data.
     ASSERT_EQ(runKelvault("tree --json '" + dir.host("ws") + "'", out), 0);
     EXPECT_NE(out.find("\"name\": \"Sketchvane\""), std::string::npos) << out;
     EXPECT_NE(out.find("\"type\": \"SCH\""), std::string::npos) << out;
     EXPECT_NE(out.find("\"path\": \"" + dir.host("ws") + "/amp.sch\""), std::string::npos) << out;
     EXPECT_EQ(out.find("\"Vantric\""), std::string::npos) << out;
-}
 
-TEST(KelvaultTree, PlainFileGivenAsDirectoryFails) {
-    TempDir dir;
-    makeFiles(dir, {{"file", "x"}});
-    std::string out;
-    EXPECT_EQ(runKelvault("tree '" + dir.host("file") + "'", out), 1);
-    EXPECT_EQ(readFile(dir.host("file")), "x");
+    // A plain file given as the directory fails, and stays as it was.
+    EXPECT_EQ(runKelvault("tree '" + dir.host("ws/notes.xyz") + "'", out), 1);
+    EXPECT_EQ(readFile(dir.host("ws/notes.xyz")), "n\n");
 }
 
 TEST(KelvaultLs, ListsEveryFileAndFiltersByTypeAndCategory) {
