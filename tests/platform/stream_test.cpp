@@ -118,43 +118,42 @@ TEST(TextMode, ShortReadsOfTheHostSplitCrLfAnywhere) {
     kvFaultsClear();
 }
 
-TEST(TextMode, PositionsCountCharactersAsRead) {
+TEST(ReadModes, PositionsCountCharactersInTextAndBytesInBinary) {
     TempDir dir;
     writeFile(dir.host("t.txt"), "ab\r\ncd\r\nef");
-    FILE* f = kvFopen(dir.engine("t.txt").c_str(), "r");
-    ASSERT_NE(nullptr, f);
-    char line[64];
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_EQ(3, ftell(f)) << "\"ab\\n\" read";
-    long mark = ftell(f);
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_STREQ("cd\n", line);
-    ASSERT_EQ(0, fseek(f, mark, SEEK_SET));
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_STREQ("cd\n", line) << "back to a position that ftell gave";
-    ASSERT_EQ(0, fseek(f, 0, SEEK_END));
-    EXPECT_EQ(8, ftell(f)) << "the length as text";
-    rewind(f);
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_STREQ("ab\n", line);
-    fclose(f);
-}
-
-TEST(BinaryMode, OffsetsAreBytesOfTheFile) {
-    TempDir dir;
-    writeFile(dir.host("lib.slb"), "line one\r\nline two\r\nline three\n");
-    FILE* f = kvFopen(dir.engine("LIB.SLB").c_str(), "rb");
-    ASSERT_NE(nullptr, f);
-    char line[1024];
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_STREQ("line one\r\n", line) << "the CR stays in binary mode";
-    EXPECT_EQ(10, ftell(f));
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_EQ(20, ftell(f));
-    ASSERT_EQ(0, fseek(f, 15, SEEK_SET));
-    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
-    EXPECT_STREQ("two\r\n", line);
-    fclose(f);
+    const struct {
+        const char *mode, *first, *second;
+        long afterFirst, end;
+        const char* atFive;  // what follows byte offset 5 (binary only)
+    } rows[] = {
+        {"r", "ab\n", "cd\n", 3, 8, nullptr},
+        {"rb", "ab\r\n", "cd\r\n", 4, 10, "d\r\n"},  // the CR stays in binary mode
+    };
+    for (const auto& r : rows) {
+        FILE* f = kvFopen(dir.engine("T.TXT").c_str(), r.mode);
+        ASSERT_NE(nullptr, f) << r.mode;
+        char line[64];
+        ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+        EXPECT_STREQ(r.first, line) << r.mode;
+        long mark = ftell(f);
+        EXPECT_EQ(r.afterFirst, mark) << r.mode;
+        ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+        EXPECT_STREQ(r.second, line) << r.mode;
+        ASSERT_EQ(0, fseek(f, mark, SEEK_SET));
+        ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+        EXPECT_STREQ(r.second, line) << r.mode << ": back to a position that ftell gave";
+        ASSERT_EQ(0, fseek(f, 0, SEEK_END));
+        EXPECT_EQ(r.end, ftell(f)) << r.mode << ": the length as read";
+        rewind(f);
+        ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+        EXPECT_STREQ(r.first, line) << r.mode;
+        if (r.atFive) {
+            ASSERT_EQ(0, fseek(f, 5, SEEK_SET));
+            ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+            EXPECT_STREQ(r.atFive, line) << r.mode;
+        }
+        fclose(f);
+    }
 }
 
 TEST(WriteModes, ReadWriteRewindAndPatch) {
