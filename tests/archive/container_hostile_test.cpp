@@ -182,41 +182,36 @@ TEST_F(ArchiveTest, DamagedDataAndCrcMismatch) {
     }
 }
 
-TEST_F(ArchiveTest, CountsLargerThanTheFile) {
-    Fenced f;
-    for (uint32_t count : {3u, 1000u, 0xFFFFFFFFu}) {
-        f.clear();
-        writeFile(f.dir.host("n.ma"), archiveBytes({fileEntry("a.txt", "a"), fileEntry("b.txt", "b")}, count));
-        CompressedArchive a;
-        EXPECT_EQ(-15, unpackTo(f.dir.engine("n.ma"), f.engineTarget(), &a)) << count;
-        EXPECT_EQ(f.dir.engine("n.ma"), a.errorName);
-        std::map<std::string, std::string> expected = {{"a.txt", "F:a"}, {"b.txt", "F:b"}};
-        EXPECT_EQ(expected, treeOf(f.target)) << count;
-    }
-    // Fewer than there are: the rest is not looked at.
-    f.clear();
-    writeFile(f.dir.host("n.ma"), archiveBytes({fileEntry("a.txt", "a"), fileEntry("b.txt", "b")}, 1) + "garbage");
-    EXPECT_EQ(0, unpackTo(f.dir.engine("n.ma"), f.engineTarget()));
-    EXPECT_EQ(1u, treeOf(f.target).size());
-}
-
-// Directories are made one level at a time, each by its own entry.
-TEST_F(ArchiveTest, NoParentDirectoryIsMade) {
+// Counts that do not match the entries, and directories that would have to
+// be made more than one level at a time (each is made by its own entry):
+// the status, its name, and what stays in the target.
+TEST_F(ArchiveTest, WrongCountsAndMissingParents) {
+    const std::vector<RawEntry> two = {fileEntry("a.txt", "a"), fileEntry("b.txt", "b")};
+    const std::map<std::string, std::string> both = {{"a.txt", "F:a"}, {"b.txt", "F:b"}}, none;
     const struct {
-        std::vector<RawEntry> entries;
+        const char* what;
+        std::string bytes;
         int status;
-        const char* errorName; // below the target
+        const char* errorName;  // below the target; null: the archive
+        std::map<std::string, std::string> tree;
     } cases[] = {
-        {{fileEntry("sub/a.txt", "a"), directoryEntry("sub")}, -4, "/sub/a.txt"}, // the entry before its parent
-        {{directoryEntry("missing/sub")}, -16, "/missing/sub"},
+        {"count 3 of 2", archiveBytes(two, 3), -15, nullptr, both},
+        {"count 1000", archiveBytes(two, 1000), -15, nullptr, both},
+        {"count 2^32 - 1", archiveBytes(two, 0xFFFFFFFF), -15, nullptr, both},
+        {"count 1: the rest is not looked at", archiveBytes(two, 1) + "garbage", 0, nullptr, {{"a.txt", "F:a"}}},
+        {"the entry before its parent", archiveBytes({fileEntry("sub/a.txt", "a"), directoryEntry("sub")}), -4,
+         "/sub/a.txt", none},
+        {"a directory two levels down", archiveBytes({directoryEntry("missing/sub")}), -16,
+         "/missing/sub", none},
     };
     Fenced f;
     for (const auto& c : cases) {
         f.clear();
-        writeFile(f.dir.host("o.ma"), archiveBytes(c.entries));
+        writeFile(f.dir.host("h.ma"), c.bytes);
         CompressedArchive a;
-        EXPECT_EQ(c.status, unpackTo(f.dir.engine("o.ma"), f.engineTarget(), &a)) << c.errorName;
-        EXPECT_EQ(f.engineTarget() + c.errorName, a.errorName);
-        EXPECT_TRUE(treeOf(f.target).empty()) << c.errorName;
+        EXPECT_EQ(c.status, unpackTo(f.dir.engine("h.ma"), f.engineTarget(), &a)) << c.what;
+        EXPECT_EQ(c.errorName ? f.engineTarget() + c.errorName : f.dir.engine("h.ma"), a.errorName) << c.what;
+        EXPECT_EQ(c.tree, treeOf(f.target)) << c.what;
     }
+    f.expectFenceHolds("wrong counts");
 }

@@ -17,16 +17,30 @@ void setModificationTime(const std::string& hostPath, long seconds) {
     ASSERT_EQ(utimes(hostPath.c_str(), times), 0) << hostPath;
 }
 
-TEST(OpenWorkspace, NullOrEmptyPathIsNoPathGivenAndRegistersNothing) {
+TEST(OpenWorkspace, FailuresGiveTheirStatusAndRegisterNothing) {
+    TempDir dir;
+    makeFiles(dir, {{"plain.txt", "x"}});
+    const std::string plain = dir.engine("plain.txt"), below = dir.engine("plain.txt\\below");
     const unsigned before = openWorkspaceCount;
-    KVE_Status status(KVE_Status::DirectoryNotFound);
-    EXPECT_EQ(OpenWorkspace(status, nullptr), nullptr);
-    EXPECT_EQ(status.value(), KVE_Status::NoPathGiven);
-    status = KVE_Status::NoError;
-    EXPECT_EQ(CreateWorkspace(status, ""), nullptr);
-    EXPECT_EQ(status.value(), KVE_Status::NoPathGiven);
+    const struct {
+        workspace* (*open)(KVE_Status&, const char*);
+        const char* path;
+        int status;
+    } cases[] = {
+        {OpenWorkspace, nullptr, KVE_Status::NoPathGiven},
+        {CreateWorkspace, "", KVE_Status::NoPathGiven},
+        {OpenWorkspace, plain.c_str(), KVE_Status::DirectoryNotFound},
+        // A directory below a plain file cannot be created either.
+        {OpenWorkspace, below.c_str(), KVE_Status::DirectoryNotFound},
+    };
+    for (const auto& c : cases) {
+        KVE_Status status(c.status == KVE_Status::NoPathGiven ? KVE_Status::DirectoryNotFound : KVE_Status::NoError);
+        EXPECT_EQ(c.open(status, c.path), nullptr) << (c.path ? c.path : "(null)");
+        EXPECT_EQ(status.value(), c.status) << (c.path ? c.path : "(null)");
+    }
     EXPECT_EQ(openWorkspaceCount, before);
     EXPECT_EQ(openWorkspaces.size(), before);
+    EXPECT_EQ(readFile(dir.host("plain.txt")), "x") << "the file must stay as it was";
 }
 
 TEST(OpenWorkspace, ExistingDirectoryOpensInLongFormWithTrailingBackslash) {
@@ -53,20 +67,6 @@ TEST(OpenWorkspace, MissingDirectoryIsCreatedAtEveryLevel) {
         EXPECT_TRUE(S_ISDIR(info.st_mode));
         EXPECT_TRUE(baseNames(ws->getLocalItems()).empty());
     }
-}
-
-TEST(OpenWorkspace, PlainFileAsDirectoryIsDirectoryNotFound) {
-    TempDir dir;
-    makeFiles(dir, {{"plain.txt", "x"}});
-    const unsigned before = openWorkspaceCount;
-    KVE_Status status;
-    EXPECT_EQ(OpenWorkspace(status, dir.engine("plain.txt").c_str()), nullptr);
-    EXPECT_EQ(status.value(), KVE_Status::DirectoryNotFound);
-    // A directory below a plain file cannot be created either.
-    EXPECT_EQ(OpenWorkspace(status, dir.engine("plain.txt\\below").c_str()), nullptr);
-    EXPECT_EQ(status.value(), KVE_Status::DirectoryNotFound);
-    EXPECT_EQ(openWorkspaceCount, before);
-    EXPECT_EQ(readFile(dir.host("plain.txt")), "x") << "the file must stay as it was";
 }
 
 TEST(OpenWorkspace, DesignFileNameInAnyCaseOpensItsDirectory) {
