@@ -146,7 +146,7 @@ static WIN32_FIND_DATAA findOne(const std::string& path) {
     return data;
 }
 
-TEST(FindRecord, AttributesAndSizes) {
+TEST(FindRecord, AttributesSizesAndLinks) {
     TempDir dir;
     writeFile(dir.host("plain.txt"), "12345");
     writeFile(dir.host("locked.txt"), "123");
@@ -157,24 +157,49 @@ TEST(FindRecord, AttributesAndSizes) {
     ASSERT_GE(fd, 0);
     ASSERT_EQ(0, ftruncate(fd, (5LL << 30) + 3));
     close(fd);
+    ASSERT_EQ(0, symlink(dir.host("sub").c_str(), dir.host("dirlink").c_str()));
+    ASSERT_EQ(0, symlink("plain.txt", dir.host("filelink").c_str()));
+    ASSERT_EQ(0, symlink("nowhere", dir.host("dangling").c_str()));
 
-    WIN32_FIND_DATAA d = findOne(dir.engine("plain.txt"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE), d.dwFileAttributes);
-    EXPECT_EQ(5u, d.nFileSizeLow);
-    EXPECT_EQ(0u, d.nFileSizeHigh);
-    EXPECT_STREQ("", d.cAlternateFileName);
+    const DWORD archive = FILE_ATTRIBUTE_ARCHIVE, linkedDir = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    const int64_t unchecked = -1;
+    const struct {
+        const char* name;
+        DWORD attributes;
+        int64_t low, high;
+        const char* why;
+    } rows[] = {
+        {"plain.txt", archive, 5, 0, "a file"},
+        {"locked.txt", archive | FILE_ATTRIBUTE_READONLY, 3, 0, "read-only by the owner's write bit, even for root"},
+        {"sub", FILE_ATTRIBUTE_DIRECTORY, 0, 0, "a directory has no size"},
+        {"big.bin", archive, (1 << 30) + 3, 1, "5 GiB + 3"},
+        {"dirlink", linkedDir, unchecked, unchecked, "a link to a directory: directory and reparse point"},
+        {"filelink", archive, 5, 0, "a link to a file is that file"},
+        {"dangling", FILE_ATTRIBUTE_REPARSE_POINT, unchecked, unchecked, "a link to nothing"},
+    };
+    for (const auto& r : rows) {
+        WIN32_FIND_DATAA d = findOne(dir.engine(r.name));
+        EXPECT_STREQ(r.name, d.cFileName) << r.why;
+        EXPECT_EQ(r.attributes, d.dwFileAttributes) << r.why;
+        if (r.low != unchecked) {
+            EXPECT_EQ(r.low, d.nFileSizeLow) << r.why;
+            EXPECT_EQ(r.high, d.nFileSizeHigh) << r.why;
+        }
+        EXPECT_STREQ("", d.cAlternateFileName) << r.why;
+    }
 
-    d = findOne(dir.engine("locked.txt"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY), d.dwFileAttributes)
-        << "read-only by the owner's write bit, even for root";
-
-    d = findOne(dir.engine("sub"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_DIRECTORY), d.dwFileAttributes);
-    EXPECT_EQ(0u, d.nFileSizeLow) << "a directory has no size";
-
-    d = findOne(dir.engine("big.bin"));
-    EXPECT_EQ(1u, d.nFileSizeHigh);
-    EXPECT_EQ((1u << 30) + 3u, d.nFileSizeLow);
+    // The same in a listing, and the same from GetFileAttributesA.
+    WIN32_FIND_DATAA data;
+    HANDLE h = FindFirstFileA(dir.engine("*link").c_str(), &data);
+    ASSERT_NE(INVALID_HANDLE_VALUE, h);
+    EXPECT_STREQ("dirlink", data.cFileName);
+    EXPECT_EQ(linkedDir, data.dwFileAttributes);
+    ASSERT_TRUE(FindNextFileA(h, &data));
+    EXPECT_STREQ("filelink", data.cFileName);
+    EXPECT_EQ(archive, data.dwFileAttributes);
+    FindClose(h);
+    EXPECT_EQ(linkedDir, GetFileAttributesA(dir.engine("DirLink").c_str()));
+    EXPECT_EQ((Names{".", "..", "x"}), listNames(dir.engine("dirlink\\*"))) << "a linked directory lists";
 }
 
 TEST(FindRecord, TimesRoundTrip) {
@@ -198,39 +223,6 @@ TEST(FindRecord, TimesRoundTrip) {
     ASSERT_EQ(0, stat(dir.host("f.txt").c_str(), &st));
     EXPECT_EQ(1049522828, st.st_mtim.tv_sec);
     EXPECT_EQ(900000000, st.st_mtim.tv_nsec);
-}
-
-TEST(FindRecord, SymbolicLinks) {
-    TempDir dir;
-    writeFile(dir.host("target/inside.txt"), "");
-    writeFile(dir.host("file.txt"), "123456");
-    ASSERT_EQ(0, symlink(dir.host("target").c_str(), dir.host("dirlink").c_str()));
-    ASSERT_EQ(0, symlink("file.txt", dir.host("filelink").c_str()));
-    ASSERT_EQ(0, symlink("nowhere", dir.host("dangling").c_str()));
-
-    WIN32_FIND_DATAA d = findOne(dir.engine("dirlink"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT), d.dwFileAttributes)
-        << "a link to a directory: directory and reparse point";
-    d = findOne(dir.engine("filelink"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE), d.dwFileAttributes) << "a link to a file is that file";
-    EXPECT_EQ(6u, d.nFileSizeLow);
-    EXPECT_STREQ("filelink", d.cFileName);
-    d = findOne(dir.engine("dangling"));
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_REPARSE_POINT), d.dwFileAttributes);
-
-    // The same in a listing, and the same from GetFileAttributesA.
-    WIN32_FIND_DATAA data;
-    HANDLE h = FindFirstFileA(dir.engine("*link").c_str(), &data);
-    ASSERT_NE(INVALID_HANDLE_VALUE, h);
-    EXPECT_STREQ("dirlink", data.cFileName);
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT), data.dwFileAttributes);
-    ASSERT_TRUE(FindNextFileA(h, &data));
-    EXPECT_STREQ("filelink", data.cFileName);
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_ARCHIVE), data.dwFileAttributes);
-    FindClose(h);
-    EXPECT_EQ(static_cast<DWORD>(FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT),
-              GetFileAttributesA(dir.engine("DirLink").c_str()));
-    EXPECT_EQ((Names{".", "..", "inside.txt"}), listNames(dir.engine("dirlink\\*"))) << "a linked directory lists";
 }
 
 // ---------------------------------------------------------------------------
