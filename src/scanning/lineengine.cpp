@@ -8,6 +8,7 @@
 //   5. scanFile and rewriteFile.
 #include "scanning/formats.h"
 #include "scanning/lineengine.h"
+#include "scanning/scanmemo.h"
 
 #include <algorithm>
 #include <cstring>
@@ -347,6 +348,8 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
     scanStamp = fileStamp();
     fileDependencies.clear();
     systemDependencies.clear();
+    forgetRecordsIn(fileDependencies);
+    forgetRecordsIn(systemDependencies);
     if (exists() && getFileType().canHaveDependencies() && !isSubCategory()) {
         FILE* in = kvFopen(fullPath.c_str(), "rt");
         if (!in) {
@@ -376,6 +379,7 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
             if (plain == *it) twice = true;
         it = twice ? systemDependencies.erase(it) : std::next(it);
     }
+    forgetRecordsIn(systemDependencies);
 }
 
 // The temporary file of an in-place rewrite, in the current directory; the
