@@ -344,6 +344,22 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
 // 5. scanFile and rewriteFile
 // ---------------------------------------------------------------------------
 
+// Runs the line engine over in, which it closes, writing to out (null in
+// a scan), with the current directory set to the item's for the pass.
+static void runPass(DesignFileItem& item, FILE* in, FILE* out, InternalFunctionObject& op) {
+    char saved[MAX_PATH] = "";
+    GetCurrentDirectoryA(MAX_PATH, saved);
+    SetCurrentDirectoryA(item.getDirectoryString().c_str());
+    char work[scanLineSize] = "";
+    int state = Line;
+    resetPassReader(in);
+    while (item.nextDependency(in, out, work, op, state)) {
+    }
+    resetPassReader(nullptr);
+    fclose(in);
+    SetCurrentDirectoryA(saved);
+}
+
 void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
     scanStamp = fileStamp();
     fileDependencies.clear();
@@ -355,19 +371,9 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
         if (!in) {
             op.reportProblem(KVE_callBackAction::CannotReadFile, nullptr, nullptr);
         } else {
-            char saved[MAX_PATH] = "";
-            GetCurrentDirectoryA(MAX_PATH, saved);
-            SetCurrentDirectoryA(directoryPath.c_str());
-            char work[scanLineSize] = "";
-            int state = Line;
-            resetPassReader(in);
             beginLibraryReads();
-            while (nextDependency(in, nullptr, work, op, state)) {
-            }
+            runPass(*this, in, nullptr, op);
             endLibraryReads();
-            resetPassReader(nullptr);
-            fclose(in);
-            SetCurrentDirectoryA(saved);
         }
     }
     // Set also after a failure: the file counts as scanned until it changes.
@@ -416,19 +422,7 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
     }
 
     FILE* in = kvFopen(fullPath.c_str(), "rt");
-    if (in) {
-        char saved[MAX_PATH] = "";
-        GetCurrentDirectoryA(MAX_PATH, saved);
-        SetCurrentDirectoryA(directoryPath.c_str());
-        char work[scanLineSize] = "";
-        int state = Line;
-        resetPassReader(in);
-        while (nextDependency(in, out, work, op, state)) {
-        }
-        resetPassReader(nullptr);
-        fclose(in);
-        SetCurrentDirectoryA(saved);
-    }
+    if (in) runPass(*this, in, out, op);
     fclose(out);
 
     if (inPlace) {
