@@ -26,6 +26,8 @@
 //   3. Look-up, release.
 #include "libraries/libraryitem.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -54,11 +56,60 @@ bool LibraryFileItem::isSystemLibrary() { return isSystem(); }
 static const char indexKeyword[] = "symloc";
 static const size_t lineSize = 1024;
 
+static bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+static const char* skipBlanks(const char* p) {
+    while (isBlank(*p)) ++p;
+    return p;
+}
+
+// One decimal number at p, as the C library's scanf reads "%d": an optional
+// sign and digits, beyond the range of a long held at its bound, then cut
+// to int. Null, with number untouched, when there is no digit.
+static const char* readNumber(const char* p, int& number) {
+    const bool negative = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
+    if (*p < '0' || *p > '9') return nullptr;
+    unsigned long long value = 0;
+    const unsigned long long bound = negative ? 1ULL + LONG_MAX : LONG_MAX;
+    // Eighteen digits cannot pass the bound; from there on each is checked.
+    for (int digits = 0; digits < 18 && *p >= '0' && *p <= '9'; ++digits, ++p)
+        value = value * 10 + static_cast<unsigned>(*p - '0');
+    const unsigned long long tenth = bound / 10, last = bound % 10;
+    for (; *p >= '0' && *p <= '9'; ++p) {
+        const unsigned digit = static_cast<unsigned>(*p - '0');
+        // Once at the bound, the value stays there.
+        value = value > tenth || (value == tenth && digit > last) ? bound : value * 10 + digit;
+    }
+    const long full = negative ? (value == bound ? LONG_MIN : -static_cast<long>(value)) : static_cast<long>(value);
+    number = static_cast<int>(full);
+    return p;
+}
+
+// By hand rather than by sscanf: the index of a large library has tens of
+// thousands of lines.
+void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
+    const char* p = skipBlanks(text);
+    if (!*p) return;
+    const char* start = p;
+    // Characters above the blank are never blanks: most of a name.
+    while (static_cast<unsigned char>(*p) > ' ' || (*p && !isBlank(*p))) ++p;
+    const size_t length = std::min(static_cast<size_t>(p - start), lineSize - 1);
+    memcpy(name, start, length);
+    name[length] = '\0';
+    p = start + length;
+    if (!(p = readNumber(skipBlanks(p), offset))) return;
+    if (!(p = readNumber(skipBlanks(p), size))) return;
+    p = skipBlanks(p);
+    if (*p) mark = *p;
+}
+
 void LibraryFileItem::generateIndexList() {
     const char* path = getFullPath();
     FILE* file = kvFopen(path, "rb");
     kvTrace("LibraryFileItem::generateIndexList() for %s\n", path);
     if (!file) return;
+    const size_t firstNew = indexEntries.size();
     char line[lineSize] = "";
     char name[lineSize];
     int offset = 0, size = 0;
@@ -69,7 +120,7 @@ void LibraryFileItem::generateIndexList() {
     while (!feof(file)) {
         // At the end fgets fails and leaves line as it was: the last line
         // is parsed once more, as the format notes say.
-        if (!fgets(line, sizeof line, file) && ferror(file)) break;
+        if (!fgets_unlocked(line, sizeof line, file) && ferror(file)) break;
         if (_strnicmp(line, indexKeyword, 6) != 0) {
             if (!inIndex) continue;
             // The start of this line: what the offsets count from.
@@ -80,31 +131,58 @@ void LibraryFileItem::generateIndexList() {
         name[0] = 0;
         char mark = 0;
         // The fields start behind "symloc" and one separator.
-        if (strlen(line) > 7) sscanf(line + 7, "%1023s %d %d %c", name, &offset, &size, &mark);
+        if (strlen(line) > 7) readIndexFields(line + 7, name, offset, size, mark);
         inIndex = true;
         char* parent = strchr(name, ':');
         if (parent) *parent++ = 0;
         if (!name[0]) continue;
-        libraryIndexEntry* entry = new (std::nothrow) libraryIndexEntry;
-        if (!entry) break;
-        size_t length = strlen(name) + 3;
-        entry->names = new (std::nothrow) char[length];
-        if (!entry->names) {
-            delete entry;
-            break;
+        // The entry, then ",name," in lower case (as _strlwr: ASCII letters
+        // only), then the parent.
+        const size_t length = strlen(name);
+        const size_t parentSize = parent ? strlen(parent) + 1 : 0;
+        char* block = static_cast<char*>(fromPool(sizeof(libraryIndexEntry) + length + 3 + parentSize));
+        if (!block) break;
+        libraryIndexEntry* entry = new (block) libraryIndexEntry;
+        entry->pooled = true;
+        entry->names = block + sizeof(libraryIndexEntry);
+        entry->names[0] = ',';
+        memcpy(entry->names + 1, name, length);
+        entry->names[length + 1] = ',';
+        entry->names[length + 2] = '\0';
+        _strlwr(entry->names + 1);
+        if (parent) {
+            entry->parent = entry->names + length + 3;
+            memcpy(entry->parent, parent, parentSize);
         }
-        snprintf(entry->names, length, ",%s,", name);
-        _strlwr(entry->names);
-        entry->parent = parent ? duplicateString(parent) : nullptr;
         entry->offset = offset;
         entry->size = size;
         entry->isBlock = mark == 'b';
         entry->owner = this;
         indexEntries.push_back(entry);
-        indexNames(indexEntries.size() - 1);
     }
     if (!ended) baseOffset = static_cast<int32_t>(ftell(file));
     fclose(file);
+    // The names go into the map once the entries are known, in file order.
+    firstEntryOfName.reserve(firstEntryOfName.size() + (indexEntries.size() - firstNew));
+    for (size_t position = firstNew; position < indexEntries.size(); ++position) indexNames(position);
+}
+
+void* LibraryFileItem::fromPool(size_t size) {
+    const size_t blockSize = 64 * 1024;
+    const size_t align = alignof(libraryIndexEntry);
+    size = (size + align - 1) / align * align;
+    if (size > poolLeft) {
+        const size_t want = size > blockSize ? size : blockSize;
+        std::unique_ptr<char[]> block(new (std::nothrow) char[want]);
+        if (!block) return nullptr;
+        pool.push_back(std::move(block));
+        poolLeft = want;
+        poolUsedEnd = pool.back().get();
+    }
+    void* result = poolUsedEnd;
+    poolUsedEnd += size;
+    poolLeft -= size;
+    return result;
 }
 
 // Enters each single name of the entry at position into the map, unless an
@@ -141,10 +219,16 @@ libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFun
         op.reportAction(KVE_callBackAction::SearchingLibrary, "", this);
         generateIndexList();
     }
+    // ",name," in lower case, cut to the buffer as a formatted print cuts.
     char key[lineSize];
-    snprintf(key, sizeof key, ",%s,", name ? name : "");
+    if (!name) name = "";
+    const size_t take = std::min(strlen(name), sizeof key - 2);
+    key[0] = ',';
+    memcpy(key + 1, name, take);
+    size_t length = take + 1;
+    if (length < sizeof key - 1) key[length++] = ',';
+    key[length] = '\0';
     _strlwr(key);
-    size_t length = strlen(key);
     // A key of one name between its two commas matches a whole name of an
     // entry, which the map answers. A name that holds a comma itself, or
     // one cut short by the buffer, can match across names: those take the
@@ -155,12 +239,20 @@ libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFun
     return found == firstEntryOfName.end() ? nullptr : indexEntries[found->second];
 }
 
+static uint64_t releases = 0;
+
+uint64_t LibraryFileItem::indexReleases() { return releases; }
+
 void LibraryFileItem::releaseIndex() {
+    if (!indexEntries.empty()) ++releases;
     for (libraryIndexEntry* entry : indexEntries) {
+        if (entry->pooled) continue;
         delete[] entry->names;
         delete[] entry->parent;
         delete entry;
     }
+    pool.clear();
+    poolLeft = 0;
     indexEntries.clear();
     firstEntryOfName.clear();
 }

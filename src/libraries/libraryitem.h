@@ -10,11 +10,12 @@
 // in file order.
 //
 // Contents:
-//   1. libraryIndexEntry.
+//   1. libraryIndexEntry, readIndexFields.
 //   2. LibraryFileItem.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -31,8 +32,9 @@ class workspace;
 // ---------------------------------------------------------------------------
 
 // One entry of a library. The texts are owned by the entry's library,
-// which frees them with the entry (delete[]); names must not change once
-// the entry is in a library.
+// which frees them with the entry (delete[]), or, for the entries it read
+// from its index, with its pool; names must not change once the entry is
+// in a library.
 struct libraryIndexEntry {
     // The library: the item that read the index, set again by whoever finds
     // the entry through a search.
@@ -49,7 +51,15 @@ struct libraryIndexEntry {
     int32_t size = 0;
     // The index line ended in the mark "b".
     bool isBlock = false;
+    // The entry and its texts lie in the library's pool.
+    bool pooled = false;
 };
+
+// The fields of an index line behind its keyword and one separator, read
+// exactly as "%1023s %d %d %c" reads them: a field that cannot be read
+// leaves its output and those of the fields behind it untouched. name has
+// room for 1024 characters.
+void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark);
 
 // ---------------------------------------------------------------------------
 // 2. LibraryFileItem
@@ -75,6 +85,9 @@ public:
     libraryIndexEntry* findIndexEntry(const char* name, InternalFunctionObject& op);
     // Frees every entry; the next look-up reads the file again.
     void releaseIndex();
+    // How many times any library has freed its entries: what remembers
+    // entries by address must forget them when this changes.
+    static uint64_t indexReleases();
     // Appends an entry made elsewhere (such as a model's place in a model
     // library); the library takes it over and sets its owner.
     void addIndexEntry(libraryIndexEntry* entry);
@@ -91,6 +104,9 @@ public:
 
 private:
     void indexNames(size_t position);
+    // size bytes from the pool, aligned for an entry; null when memory
+    // runs out.
+    void* fromPool(size_t size);
     libraryIndexEntry* linearSearch(const char* key) const;
 
     workspace* libraryWorkspace;
@@ -100,4 +116,10 @@ private:
     // Each single name to the position of its first entry. The keys point
     // into the entries' names, which live as long as the entries.
     std::unordered_map<std::string_view, size_t> firstEntryOfName;
+    // The entries read from the index and their texts, in blocks: a large
+    // library has tens of thousands, and one allocation each would cost
+    // more than reading them.
+    std::vector<std::unique_ptr<char[]>> pool;
+    char* poolUsedEnd = nullptr;
+    size_t poolLeft = 0;
 };

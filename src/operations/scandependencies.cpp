@@ -25,12 +25,24 @@ IFOscanDependencies::IFOscanDependencies(callBack* client_, fileItem* item)
 void IFOscanDependencies::abort() {}
 
 bool IFOscanDependencies::dependencyFound(pathstring& path, bool isLibraryDependency, bool) {
-    path.assignRelativeTo(itemDirectory);
-    kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
-    // A path that names no file (an empty reference, made absolute, is the
-    // file's own directory) is not one the workspace can take as an item.
-    if (!scanWorkspace || path.getBase().empty()) return true;
-    fileItem* found = scanWorkspace->addFileItem(path.c_str(), nullptr);
+    // A schematic names the same library at every part: the path work and
+    // the item's look-up are done once for each path met.
+    auto known = pathsMet.find(path);
+    if (known != pathsMet.end()) {
+        path = known->second.first;
+        kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
+    } else {
+        std::string met(path);
+        path.assignRelativeTo(itemDirectory);
+        kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
+        // A path that names no file (an empty reference, made absolute, is
+        // the file's own directory) is not one the workspace can take as
+        // an item.
+        fileItem* item = nullptr;
+        if (scanWorkspace && !path.getBase().empty()) item = scanWorkspace->addFileItem(path.c_str(), nullptr);
+        known = pathsMet.emplace(std::move(met), std::make_pair(path, item)).first;
+    }
+    fileItem* found = known->second.second;
     if (!found) return true;
     DesignFileItem* item = static_cast<DesignFileItem*>(scannedItem);
     if (isLibraryDependency)

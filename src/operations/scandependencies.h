@@ -6,6 +6,10 @@
 // dependency finding and path rewriting share one set of parsers.
 #pragma once
 
+#include <string>
+#include <unordered_map>
+#include <utility>
+
 #include "operations/operation.h"
 #include "paths/pathstring.h"
 
@@ -40,6 +44,10 @@ private:
     fileItem* scannedItem;
     callBackRecord record;
     pathstring itemDirectory;
+    // Each path met, as given, with the path made absolute and its item
+    // (null when it names none). Items do not go while a scan runs, and
+    // the object lives for one scan.
+    std::unordered_map<std::string, std::pair<pathstring, fileItem*>> pathsMet;
     pathstring unusedPath;
     DesignWorkspace* scanWorkspace;
     std::string nameText, directoryText, otherNameText, otherDirText;

@@ -21,6 +21,7 @@
 #include "libraries/configuration.h"
 #include "libraries/libraryitem.h"
 #include "operations/scandependencies.h"
+#include "scanning/scanmemo.h"
 #include "workspace/fileitem.h"
 #include "workspace/workspace.h"
 
@@ -54,21 +55,35 @@ static fileItem* insertItemOrdered(std::list<fileItem*>& list, fileItem* item) {
     return item;
 }
 
+// insertItemOrdered for the lists of a scan, which meet the same items
+// again and again.
+static void recordIn(std::list<fileItem*>& list, fileItem* item) {
+    if (isRecordedIn(list, item)) return;
+    insertItemOrdered(list, item);
+    rememberRecordedIn(list, item);
+}
+
 void DesignFileItem::addDependency(fileItem* item) {
     if (!item) return;
     if (item->isSystem()) {
-        insertItemOrdered(systemDependencies, item);
+        recordIn(systemDependencies, item);
         return;
     }
-    insertItemOrdered(fileDependencies, item);
+    recordIn(fileDependencies, item);
     if (item->getFileType().isLibraryFile()) {
+        // A scan registers the same library at every use of a symbol that
+        // it holds: the look-up of its library item is made once.
+        if (LibraryFileItem* known = rememberedLibraryOf(item)) {
+            usedLibraries.push_back(known);
+            return;
+        }
         pathstring path(item->getFullPath()); // tidied
-        addUsedLibrary(path);
+        rememberLibraryOf(item, addUsedLibrary(path));
     }
 }
 
 void DesignFileItem::addSystemDependency(fileItem* item) {
-    if (item) insertItemOrdered(systemDependencies, item);
+    if (item) recordIn(systemDependencies, item);
 }
 
 LibraryFileItem* DesignFileItem::addUsedLibrary(pathstring& path) {
@@ -102,6 +117,8 @@ void DesignFileItem::forgetDependencies() {
     scanStamp = fileStamp();
     fileDependencies.clear();
     systemDependencies.clear();
+    forgetRecordsIn(fileDependencies);
+    forgetRecordsIn(systemDependencies);
 }
 
 // ---------------------------------------------------------------------------

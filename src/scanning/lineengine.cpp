@@ -8,6 +8,7 @@
 //   5. scanFile and rewriteFile.
 #include "scanning/formats.h"
 #include "scanning/lineengine.h"
+#include "scanning/scanmemo.h"
 
 #include <algorithm>
 #include <cstring>
@@ -343,28 +344,36 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
 // 5. scanFile and rewriteFile
 // ---------------------------------------------------------------------------
 
+// Runs the line engine over in, which it closes, writing to out (null in
+// a scan), with the current directory set to the item's for the pass.
+static void runPass(DesignFileItem& item, FILE* in, FILE* out, InternalFunctionObject& op) {
+    char saved[MAX_PATH] = "";
+    GetCurrentDirectoryA(MAX_PATH, saved);
+    SetCurrentDirectoryA(item.getDirectoryString().c_str());
+    char work[scanLineSize] = "";
+    int state = Line;
+    resetPassReader(in);
+    while (item.nextDependency(in, out, work, op, state)) {
+    }
+    resetPassReader(nullptr);
+    fclose(in);
+    SetCurrentDirectoryA(saved);
+}
+
 void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
     scanStamp = fileStamp();
     fileDependencies.clear();
     systemDependencies.clear();
+    forgetRecordsIn(fileDependencies);
+    forgetRecordsIn(systemDependencies);
     if (exists() && getFileType().canHaveDependencies() && !isSubCategory()) {
         FILE* in = kvFopen(fullPath.c_str(), "rt");
         if (!in) {
             op.reportProblem(KVE_callBackAction::CannotReadFile, nullptr, nullptr);
         } else {
-            char saved[MAX_PATH] = "";
-            GetCurrentDirectoryA(MAX_PATH, saved);
-            SetCurrentDirectoryA(directoryPath.c_str());
-            char work[scanLineSize] = "";
-            int state = Line;
-            resetPassReader(in);
             beginLibraryReads();
-            while (nextDependency(in, nullptr, work, op, state)) {
-            }
+            runPass(*this, in, nullptr, op);
             endLibraryReads();
-            resetPassReader(nullptr);
-            fclose(in);
-            SetCurrentDirectoryA(saved);
         }
     }
     // Set also after a failure: the file counts as scanned until it changes.
@@ -376,6 +385,7 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
             if (plain == *it) twice = true;
         it = twice ? systemDependencies.erase(it) : std::next(it);
     }
+    forgetRecordsIn(systemDependencies);
 }
 
 // The temporary file of an in-place rewrite, in the current directory; the
@@ -412,19 +422,7 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
     }
 
     FILE* in = kvFopen(fullPath.c_str(), "rt");
-    if (in) {
-        char saved[MAX_PATH] = "";
-        GetCurrentDirectoryA(MAX_PATH, saved);
-        SetCurrentDirectoryA(directoryPath.c_str());
-        char work[scanLineSize] = "";
-        int state = Line;
-        resetPassReader(in);
-        while (nextDependency(in, out, work, op, state)) {
-        }
-        resetPassReader(nullptr);
-        fclose(in);
-        SetCurrentDirectoryA(saved);
-    }
+    if (in) runPass(*this, in, out, op);
     fclose(out);
 
     if (inPlace) {

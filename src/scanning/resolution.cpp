@@ -26,6 +26,7 @@
 //   4. Reading an entry's text: scanSymbolViews, scanSymbolPackage.
 //   5. findPackage.
 //   6. The PartLine and PortLine states.
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <set>
@@ -38,6 +39,7 @@
 #include "operations/operation.h"
 #include "scanning/formats.h"
 #include "scanning/lineengine.h"
+#include "scanning/scanmemo.h"
 #include "workspace/context.h"
 #include "workspace/fileitem.h"
 #include "workspace/workspace.h"
@@ -79,6 +81,15 @@ static std::string lowerCase(const char* text) {
     return key;
 }
 
+// The look-up key of name, in a buffer kept between calls: the usage lists
+// are asked at every part line.
+static const std::string& lookUpKey(const char* name) {
+    static std::string key;
+    key.assign(name);
+    for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return key;
+}
+
 // Brings index up to list: nothing when it has indexed exactly the list,
 // else it reads the whole list again.
 static void syncIndex(const std::list<libraryUsage*>& list, usageNameIndex& index) {
@@ -93,26 +104,42 @@ static void syncIndex(const std::list<libraryUsage*>& list, usageNameIndex& inde
 // The first record of list whose name equals name without regard to case.
 static libraryUsage* usageOfName(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name) {
     syncIndex(list, index);
-    auto found = index.recordsOfName.find(lowerCase(name));
+    auto found = index.recordsOfName.find(lookUpKey(name));
     return found == index.recordsOfName.end() ? nullptr : found->second.front();
+}
+
+// The record of list with the name (without regard to case) and library,
+// or null.
+static libraryUsage* findRecord(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name,
+                                const LibraryFileItem* library) {
+    syncIndex(list, index);
+    auto found = index.recordsOfName.find(lookUpKey(name));
+    if (found != index.recordsOfName.end())
+        for (libraryUsage* known : found->second)
+            if (known->library == library) return known;
+    return nullptr;
 }
 
 // Appends usage to list unless a record of the same name (without regard
 // to case) and the same library is there; then usage is deleted. Returns
 // the record that stands in the list.
 static libraryUsage* addUsage(std::list<libraryUsage*>& list, usageNameIndex& index, libraryUsage* usage) {
-    syncIndex(list, index);
-    std::vector<libraryUsage*>& records = index.recordsOfName[lowerCase(usage->name.c_str())];
-    for (libraryUsage* known : records)
-        if (known->library == usage->library) {
-            delete usage;
-            return known;
-        }
+    if (libraryUsage* known = findRecord(list, index, usage->name.c_str(), usage->library)) {
+        delete usage;
+        return known;
+    }
     list.push_back(usage);
-    records.push_back(usage);
+    index.recordsOfName[lowerCase(usage->name.c_str())].push_back(usage);
     index.indexed = list.size();
     index.last = usage;
     return usage;
+}
+
+// The same for a record of library, entry and name, made only when it is
+// not there: a package is recorded again at every use of its symbol.
+static void addUsageOf(std::list<libraryUsage*>& list, usageNameIndex& index, LibraryFileItem* library,
+                       libraryIndexEntry* entry, const char* name) {
+    if (!findRecord(list, index, name, library)) addUsage(list, index, new libraryUsage(library, entry, name));
 }
 
 // The current directory, saved and set for the span of a block and put
@@ -225,51 +252,6 @@ struct entryTextCache {
 } // namespace
 static entryTextCache lineCache;
 
-// The libraries read while files are scanned, kept open until the
-// outermost scanFile ends: a schematic reads one entry for each part line,
-// and opening the library anew for each costs more than the read. Only a
-// scan keeps them; a read outside scanFile opens and closes as it goes.
-namespace {
-struct openLibrary {
-    const LibraryFileItem* library;
-    std::string path;
-    FILE* file;
-    std::shared_ptr<char> buffer; // the stream's; freed after the close
-};
-} // namespace
-static std::vector<openLibrary> openLibraries;
-static int libraryReadSpans = 0;
-enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
-
-void beginLibraryReads() { ++libraryReadSpans; }
-
-void endLibraryReads() {
-    if (libraryReadSpans > 0 && --libraryReadSpans > 0) return;
-    for (openLibrary& open : openLibraries) fclose(open.file);
-    openLibraries.clear();
-}
-
-// The stream of library, opened in binary; kept for the span when one is
-// open (then the caller must not close it). Null when it does not open.
-static FILE* libraryStream(LibraryFileItem* library, bool& kept) {
-    kept = libraryReadSpans > 0;
-    if (kept)
-        for (const openLibrary& open : openLibraries)
-            if (open.library == library && open.path == library->getFullPath()) return open.file;
-    FILE* file = kvFopen(library->getFullPath(), "rb");
-    if (!file || !kept) return file;
-    // Entries lie anywhere in the file: a large read-ahead would be
-    // refilled, mostly in vain, at every seek.
-    std::shared_ptr<char> buffer(new char[libraryBufferSize], std::default_delete<char[]>());
-    setvbuf(file, buffer.get(), _IOFBF, libraryBufferSize);
-    if (openLibraries.size() >= maxOpenLibraries) {
-        fclose(openLibraries.front().file);
-        openLibraries.erase(openLibraries.begin());
-    }
-    openLibraries.push_back({library, library->getFullPath(), file, buffer});
-    return file;
-}
-
 // The text of entry of library in a new buffer of size + 1024 zeroed bytes
 // (the caller deletes it), or null. The library is read in binary: the
 // index counts bytes, so the seek must too. Reports CannotReadFile for the
@@ -313,102 +295,149 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
     return text;
 }
 
+// Puts the schematic of a view into the lists: the system dependencies,
+// or the dependencies (and the used libraries when it is a library).
+static void placeViewItem(DesignFileItem& owner, fileItem* item, bool system) {
+    if (system)
+        owner.addSystemDependency(item);
+    else
+        owner.addDependency(item);
+}
+
 void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject& op) {
     LibraryFileItem* library = usage->library;
     libraryIndexEntry* entry = usage->entry;
-    {
-        // Names in a library are relative to the library: the directory is
-        // set at the first view that names one. Line ends are taken with or
-        // without their carriage return.
-        std::unique_ptr<directoryScope> here;
-        char* text = readEntryText(library, entry, entry->owner, op);
-        // With case: a block whose header is in capitals has no views here.
-        const char* views = text ? strstr(text, "@views") : nullptr;
-        DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
-        for (const char* line = views; line && *line && ws;) {
-            const char* end = line + strcspn(line, "\n");
-            if (line != views && *line == '@') break;
-            const char* equals = static_cast<const char*>(memchr(line, '=', end - line));
-            std::string value = equals ? std::string(equals + 1, end) : std::string();
-            if (!value.empty() && value.back() == '\r') value.pop_back();
-            // A line without a value names nothing, as one whose value
-            // begins with "*" (no view of that kind).
-            if (!value.empty() && value[0] != '*') {
-                if (!here) here.reset(new directoryScope(library->getDirectoryString().c_str()));
-                pathstring result;
-                searchPathForFile(library->getDirectoryString().c_str(), librarySearchPath(), value.c_str(), ".sch",
-                                  result);
-                result.tidyUp(false);
-                if (fileItem* item = ws->addFileItem(result.c_str(), nullptr)) {
-                    if (library->isSystemLibrary() || isPartLib(library) || item->isSystem())
-                        addSystemDependency(item);
-                    else
-                        addDependency(item); // a library also into usedLibraries
-                }
-            }
-            line = *end ? end + 1 : end;
-        }
-        delete[] text;
+    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    entryFacts* facts = factsOfEntry(ws, library, entry);
+    if (facts && facts->viewsKnown) {
+        for (const auto& view : facts->views) placeViewItem(*this, view.first, view.second);
+        return;
     }
+    // Names in a library are relative to the library: the directory is set
+    // at the first view that names one. Line ends are taken with or without
+    // their carriage return.
+    std::unique_ptr<directoryScope> here;
+    char* text = readEntryText(library, entry, entry->owner, op);
+    if (!text) return;
+    std::vector<std::pair<fileItem*, bool>> views;
+    // With case: a block whose header is in capitals has no views here.
+    const char* start = strstr(text, "@views");
+    for (const char* line = start; line && *line && ws;) {
+        const char* end = line + strcspn(line, "\n");
+        if (line != start && *line == '@') break;
+        const char* equals = static_cast<const char*>(memchr(line, '=', end - line));
+        std::string value = equals ? std::string(equals + 1, end) : std::string();
+        if (!value.empty() && value.back() == '\r') value.pop_back();
+        // A line without a value names nothing, as one whose value begins
+        // with "*" (no view of that kind).
+        if (!value.empty() && value[0] != '*') {
+            if (!here) here.reset(new directoryScope(library->getDirectoryString().c_str()));
+            pathstring result;
+            searchPathForFile(library->getDirectoryString().c_str(), librarySearchPath(), value.c_str(), ".sch",
+                              result);
+            result.tidyUp(false);
+            if (fileItem* item = ws->addFileItem(result.c_str(), nullptr)) {
+                const bool system = library->isSystemLibrary() || isPartLib(library) || item->isSystem();
+                placeViewItem(*this, item, system);
+                views.emplace_back(item, system);
+            }
+        }
+        line = *end ? end + 1 : end;
+    }
+    delete[] text;
+    if (facts) {
+        facts->viewsKnown = true;
+        facts->views = std::move(views);
+    }
+}
+
+// The package name that an entry's text gives: what stands behind
+// "component=" (or, without one, "part=") in the lower-cased text up to the
+// line feed, a carriage return included (the text is read in binary).
+// False when the text does not read or names no package; a failed read is
+// reported, and read failures are never remembered.
+static bool packageNameOf(LibraryFileItem* library, libraryIndexEntry* entry, entryFacts* facts, std::string& name,
+                          InternalFunctionObject& op) {
+    if (facts && facts->packageKnown) {
+        name = facts->packageName;
+        return facts->hasPackage;
+    }
+    char* text = readEntryText(library, entry, library, op);
+    if (!text) return false;
+    _strlwr(text);
+    char* keyword = strstr(text, "component=");
+    const size_t keywordLength = keyword ? 10 : 5;
+    if (!keyword) keyword = strstr(text, "part=");
+    if (keyword) {
+        const char* value = keyword + keywordLength;
+        name.assign(value, strcspn(value, "\n"));
+    }
+    delete[] text;
+    if (facts) {
+        facts->packageKnown = true;
+        facts->hasPackage = keyword != nullptr;
+        facts->packageName = name;
+    }
+    return keyword != nullptr;
 }
 
 void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op) {
     LibraryFileItem* library = entry->owner;
     if (!library) return;
-    {
-        // Every name met from here is a full path (of a library, or of a
-        // package library beside one), so the current directory, which a
-        // pass has set to this item's already, plays no part.
-        char* text = readEntryText(library, entry, library, op);
-        char* keyword = nullptr;
-        size_t keywordLength = 0;
-        if (text) {
-            _strlwr(text);
-            if ((keyword = strstr(text, "component=")) != nullptr)
-                keywordLength = 10;
-            else if ((keyword = strstr(text, "part=")) != nullptr)
-                keywordLength = 5;
-        }
-        if (keyword) {
-            // The package library has the symbol library's stem and directory.
-            // The library items are looked up in the path's own case (the
-            // look-up ignores case, and the disk then need not be searched
-            // for a name it does not hold); findPackage gets it lower-cased.
-            char packagePath[1028], lowerPath[1028];
-            snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
-            snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
-            _strlwr(lowerPath);
-            char* name = keyword + keywordLength;
-            if (char* lf = strchr(name, '\n')) *lf = '\0';
-            if (char* slb = strstr(lowerPath, ".slb")) {
-                strcpy(slb, ".plb");
-                strcpy(packagePath + (slb - lowerPath), ".plb");
-            }
-            // The file is read in binary: a carriage return stays in the name.
+    // Every name met from here is a full path (of a library, or of a
+    // package library beside one), so the current directory, which a pass
+    // has set to this item's already, plays no part.
+    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    entryFacts* facts = factsOfEntry(ws, library, entry);
+    std::string name;
+    if (!packageNameOf(library, entry, facts, name, op)) return;
 
-            DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
-            LibraryFileItem* packages =
-                ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
-            libraryIndexEntry* package = packages ? packages->findIndexEntry(name, op) : nullptr;
-            if (package) {
-                package->owner = packages;
-                pathstring path(packages->getFullPath());
-                op.dependencyFound(path, false, false);
-                fileItem* item = ws->addFileItem(path.c_str(), nullptr);
-                addUsage(usedPackages, usedPackageIndex, new libraryUsage(packages, package, name));
-                if (item) {
-                    if (item->isSystem())
-                        addSystemDependency(item);
-                    else
-                        addDependency(item);
-                }
-            } else if (libraryIndexEntry* found = findPackage(name, lowerPath, op)) {
-                pathstring path(found->owner ? found->owner->getFullPath() : "");
-                op.dependencyFound(path, true, false);
-                if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));
+    // The package library has the symbol library's stem and directory. The
+    // library items are looked up in the path's own case (the look-up
+    // ignores case, and the disk then need not be searched for a name it
+    // does not hold); findPackage gets it lower-cased.
+    char lowerPath[1028] = "";
+    packageLibraryFacts* beside = packageFactsOf(ws, library);
+    LibraryFileItem* packages = beside ? beside->packages : nullptr;
+    libraryIndexEntry* package = facts && packages ? facts->package : nullptr;
+    if (!package) {
+        char packagePath[1028];
+        snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
+        snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
+        _strlwr(lowerPath);
+        if (char* slb = strstr(lowerPath, ".slb")) {
+            strcpy(slb, ".plb");
+            strcpy(packagePath + (slb - lowerPath), ".plb");
+        }
+        if (!packages) {
+            packages = ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
+            if (packages && beside) {
+                beside->packages = packages;
+                beside->packagePath = pathstring(packages->getFullPath());
             }
         }
-        delete[] text;
+        package = packages ? packages->findIndexEntry(name.c_str(), op) : nullptr;
+        if (facts) facts->package = package;
+    }
+    if (package) {
+        package->owner = packages;
+        pathstring path = beside ? pathstring(beside->packagePath) : pathstring(packages->getFullPath());
+        op.dependencyFound(path, false, false);
+        // The item of the path as the operation left it.
+        const bool same = beside && path == beside->packagePath;
+        fileItem* item = same && beside->packageItem ? beside->packageItem : ws->addFileItem(path.c_str(), nullptr);
+        if (same) beside->packageItem = item;
+        addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str());
+        if (item) {
+            if (item->isSystem())
+                addSystemDependency(item);
+            else
+                addDependency(item);
+        }
+    } else if (libraryIndexEntry* found = findPackage(name.c_str(), lowerPath, op)) {
+        pathstring path(found->owner ? found->owner->getFullPath() : "");
+        op.dependencyFound(path, true, false);
+        if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));
     }
 }
 
@@ -457,6 +486,13 @@ static const char* symbolNameOf(const char* line, scanContext& context) {
     return context.currentSymbolName[0] ? context.currentSymbolName : nullptr;
 }
 
+// text into out (size bytes), cut to fit.
+static void copyCut(char* out, size_t size, const char* text) {
+    const size_t length = std::min(strlen(text), size - 1);
+    memcpy(out, text, length);
+    out[length] = '\0';
+}
+
 int DesignFileItem::partLine(scanPass& pass) {
     scanContext& context = getScanContext();
     resolutionCancelled = false;
@@ -466,9 +502,10 @@ int DesignFileItem::partLine(scanPass& pass) {
     int result = 0;
     if (entry && entry->owner) {
         const char* library = entry->owner->getFullPath();
-        snprintf(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, "%s", library);
-        snprintf(pass.work, scanLineSize, "%s", library);
-        pathstring path(pass.work);
+        copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, library);
+        copyCut(pass.work, scanLineSize, library);
+        pathstring path;
+        assignTidied(path, pass.work);
         pass.op.dependencyFound(path, true, false);
         scanSymbolPackage(entry, pass.op);
         pass.state = PackageLine; // the engine sets Line again
@@ -499,8 +536,9 @@ int DesignFileItem::portLine(scanPass& pass) {
     libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
     int result = 0;
     if (entry && entry->owner) {
-        snprintf(pass.work, scanLineSize, "%s", entry->owner->getFullPath());
-        pathstring path(pass.work);
+        copyCut(pass.work, scanLineSize, entry->owner->getFullPath());
+        pathstring path;
+        assignTidied(path, pass.work);
         pass.op.dependencyFound(path, true, false);
         result = 1;
     }

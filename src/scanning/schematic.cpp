@@ -78,6 +78,23 @@ static void endInsideSection(scanPass& pass) {
     context.pageRecords.clear();
 }
 
+// Where the next line of a section stands.
+enum sectionStep { InSection, SectionEnds, InputEnds };
+
+// Reads the next line of a section into pass.line. At the end of the input
+// the pass ends inside the section; a line that ends the section is given
+// back to the line handler, whose state the pass takes again.
+static sectionStep nextSectionLine(scanPass& pass) {
+    if (!nextPassLine(pass)) {
+        endInsideSection(pass);
+        return InputEnds;
+    }
+    if (!endsSection(pass.line)) return InSection;
+    pass.pushBack = true;
+    pass.state = Line;
+    return SectionEnds;
+}
+
 // ---------------------------------------------------------------------------
 // 2. splitLibraryLine
 // ---------------------------------------------------------------------------
@@ -247,16 +264,8 @@ int DesignFileItem::schematicLine(scanPass& pass) {
 // ---------------------------------------------------------------------------
 
 int DesignFileItem::schematicViewsLine(scanPass& pass) {
-    if (!nextPassLine(pass)) {
-        endInsideSection(pass);
-        return 0;
-    }
+    if (nextSectionLine(pass) != InSection) return 0;
     char* line = pass.line;
-    if (endsSection(line)) {
-        pass.pushBack = true;
-        pass.state = Line;
-        return 0;
-    }
     char* equals = strrchr(line, '=');
     if (!equals) return 0; // names nothing; a rewrite drops it
     snprintf(pass.work, scanLineSize, "%s", equals + 1);
@@ -286,15 +295,11 @@ static void findSectionLibrary(DesignFileItem& item, const std::string& name, co
 }
 
 int DesignFileItem::schematicLibrariesLine(scanPass& pass) {
-    if (!nextPassLine(pass)) {
-        endInsideSection(pass); // the localized libraries are not added
-        return 0;
-    }
+    const sectionStep step = nextSectionLine(pass);
+    if (step == InputEnds) return 0; // the localized libraries are not added
     const char* line = pass.line;
-    if (endsSection(line)) {
-        pass.pushBack = true;
+    if (step == SectionEnds) {
         pass.work[0] = '\0';
-        pass.state = Line;
         // A copy adds here the lines of the libraries it localized.
         if (std::list<std::string>* added = pass.op.getLibraryLines()) {
             for (const std::string& each : *added) copyScanLine(pass.out, each.c_str());
@@ -344,16 +349,11 @@ static const analysisDirective analysisDirectives[] = {
 
 int DesignFileItem::schematicAnalysisLine(scanPass& pass) {
     scanContext& context = getScanContext();
-    if (!nextPassLine(pass)) {
-        // No model index and no added libraries at this end.
-        endInsideSection(pass);
-        return 0;
-    }
+    const sectionStep step = nextSectionLine(pass);
+    if (step == InputEnds) return 0; // no model index and no added libraries at this end
     const char* line = pass.line;
-    if (endsSection(line)) {
-        pass.pushBack = true;
+    if (step == SectionEnds) {
         context.analysisKeyword[0] = '\0';
-        pass.state = Line;
         readModelIndex(pass.op);
         if (std::list<std::string>* added = pass.op.getModelLibraryPaths()) {
             if (pass.out)
@@ -400,16 +400,8 @@ static int clampToInt(long long value) {
 
 int DesignFileItem::pageIndexLine(scanPass& pass) {
     scanContext& context = getScanContext();
-    if (!nextPassLine(pass)) {
-        endInsideSection(pass);
-        return 0;
-    }
+    if (nextSectionLine(pass) != InSection) return 0;
     const char* line = pass.line;
-    if (endsSection(line)) {
-        pass.pushBack = true;
-        pass.state = Line;
-        return 0;
-    }
     if (!pass.out) return 0; // a scan only reads the index
     indexRecord* record = new indexRecord;
     record->linePosition = static_cast<int>(ftell(pass.out));

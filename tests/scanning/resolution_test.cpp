@@ -8,6 +8,7 @@
 #include "libraries/configuration.h"
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
+#include "operations/scandependencies.h"
 #include "scanning/lineengine.h"
 #include "scanning/scantest.h"
 
@@ -472,4 +473,72 @@ TEST_F(Resolution, AFixUpAfterAScanReportsTheRecordedPackage) {
     EXPECT_EQ(op.found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb"),
                                                   dir.engine("src\\parts.plb")}))
         << "the recorded RC05 names its library; NEW, never scanned, names none";
+}
+
+// ---------------------------------------------------------------------------
+// What a scan keeps between the uses of a symbol
+// ---------------------------------------------------------------------------
+
+// The base names of the used libraries, in order, duplicates kept.
+static std::vector<std::string> usedLibraryNames(DesignFileItem& item) {
+    std::vector<std::string> result;
+    for (fileItem* library : item.getUsedLibraries()) result.push_back(library->getBaseName());
+    return result;
+}
+
+TEST_F(Resolution, EveryUseOfASymbolLeavesItsTracesThoughItsTextIsReadOnce) {
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n",
+                                "part 1 R 0 0 h\npart 2 R 0 0 h\npart 3 r 0 0 h\npart 4 C 0 0 h\n")},
+          {"parts.slb", libraryText({{"r", symbolText("r", "RC05", "schematic=sub\n")}, {"c", symbolText("c", "CK05")}})},
+          {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"ck05", packageText("ck05")}})},
+          {"sub.sch", "*version 9.10\n"}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    // The section registers each library twice (as a found file and as a
+    // library); then every part whose package is found beside its symbol
+    // registers the package library twice more, the third R as the first.
+    std::vector<std::string> expected{"parts.slb", "parts.slb", "parts.plb", "parts.plb"};
+    for (int part = 0; part < 4; ++part) expected.insert(expected.end(), {"parts.plb", "parts.plb"});
+    EXPECT_EQ(usedLibraryNames(*top), expected);
+    EXPECT_EQ(names(top->getFileDependencies(nullptr)), (std::vector<std::string>{"parts.plb", "parts.slb", "sub.sch"}));
+    EXPECT_TRUE(top->getSystemDependencies(nullptr).empty()) << "the library named in the section is a plain one";
+    EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"rc05 parts.plb", "ck05 parts.plb"}));
+}
+
+TEST_F(Resolution, WhatOneScanKeptIsNotTakenIntoTheNext) {
+    // Both packages' names have the same length, so the index stays true
+    // when the one replaces the other.
+    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 0 0 h\npart 2 R 0 0 h\n")},
+          {"parts.slb", libraryText({{"r", symbolText("r", "RC05", "schematic=one\n")}})},
+          {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"rc06", packageText("rc06")}})},
+          {"one.sch", "*version 9.10\n"},
+          {"two.sch", "*version 9.10\n"}});
+    recordingClient client;
+    DesignFileItem* top = scan("top.sch", client);
+    ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
+    ASSERT_TRUE(holds(names(top->getFileDependencies(nullptr)), "one.sch"));
+
+    // The entry's text changes on disk; the library's index is kept, so the
+    // next scan reads the entry at the same place and must see the change.
+    writeFile(dir.host("parts.slb"), libraryText({{"r", symbolText("r", "RC06", "schematic=two\n")}}));
+    touchAndRefresh("top.sch", 5);
+    top->getFileDependencies(&client);
+    EXPECT_TRUE(holds(usages(top->getUsedPackages()), "rc06 parts.plb"));
+    const std::vector<std::string> found = names(top->getFileDependencies(nullptr));
+    EXPECT_TRUE(holds(found, "two.sch"));
+    EXPECT_FALSE(holds(found, "one.sch"));
+}
+
+TEST_F(Resolution, AnOperationMeetingAPathAgainIsGivenTheSameAnswer) {
+    open({{"top.sch", schematic("", "")}, {"lib/parts.plb", libraryText({})}});
+    DesignFileItem* top = item("top.sch");
+    ASSERT_TRUE(top->getFileDependencies(nullptr).empty()); // scanned: the lists are current now
+    IFOscanDependencies op(nullptr, top);
+    for (int use = 0; use < 3; ++use) {
+        pathstring path("lib\\parts.plb");
+        op.dependencyFound(path, false, false);
+        EXPECT_EQ(std::string(path), dir.engine("lib\\parts.plb")) << "made absolute at use " << use;
+    }
+    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"parts.plb"});
+    EXPECT_EQ(usedLibraryNames(*top), (std::vector<std::string>{"parts.plb", "parts.plb", "parts.plb"}));
 }
