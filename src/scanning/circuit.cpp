@@ -152,9 +152,16 @@ int DesignFileItem::circuitDirectiveLine(scanPass& pass) {
 
     if (isLib && !defaultLibrary) {
         const LibraryConfiguration* configuration = getLibraryConfiguration();
+        const char* searchPath = configuration ? configuration->getSearchPath() : "";
+        // A tree of circuits names the same few libraries again and again:
+        // within one scan each is searched for once.
+        std::string key = std::string(directoryPath.c_str()) + '\n' + searchPath + '\n' + path.c_str();
         pathstring result;
-        searchPathForFile(directoryPath.c_str(), configuration ? configuration->getSearchPath() : "", path.c_str(), "",
-                          result);
+        bool found = false;
+        if (!rememberedSearch(key, result, found)) {
+            found = searchPathForFile(directoryPath.c_str(), searchPath, path.c_str(), "", result);
+            rememberSearch(key, result, found);
+        }
         path = result;
     }
     path.tidyUp(false);

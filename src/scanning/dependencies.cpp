@@ -21,6 +21,7 @@
 #include "libraries/configuration.h"
 #include "libraries/libraryitem.h"
 #include "operations/scandependencies.h"
+#include "scanning/lineengine.h"
 #include "scanning/scanmemo.h"
 #include "workspace/fileitem.h"
 #include "workspace/workspace.h"
@@ -164,6 +165,7 @@ void DesignFileItem::appendDependencies(fileItemList& list, const KVE_localizeEn
 }
 
 void DesignFileItem::collectClosure(fileItemList& list, callBack* client) {
+    scanSpan span; // the scans of the closure are one scan
     std::unordered_set<const fileItem*> held(list.begin(), list.end());
     collectClosure(list, held, client);
 }
@@ -184,6 +186,7 @@ void DesignFileItem::collectClosure(fileItemList& list, std::unordered_set<const
 }
 
 void DesignFileItem::collectLocalClosure(fileItemList& list, callBack* client) {
+    scanSpan span; // the scans of the closure are one scan
     std::unordered_set<const fileItem*> held(list.begin(), list.end());
     collectLocalClosure(list, held, client);
 }

@@ -6,6 +6,7 @@
 //   3. The dispatch tables: file type -> line handler, state -> grammar.
 //   4. nextDependency.
 //   5. scanFile and rewriteFile.
+//   6. The scan span.
 #include "scanning/formats.h"
 #include "scanning/lineengine.h"
 #include "scanning/scanmemo.h"
@@ -14,6 +15,8 @@
 #include <cstring>
 #include <string>
 #include <unistd.h>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "operations/operation.h"
 #include "platform/platform.h"
@@ -64,10 +67,16 @@ bool readScanLine(FILE* in, char* line) {
 // The block reader of the pass in progress. It hands out exactly the
 // pieces that fgets with a buffer of scanLineSize would: up to and with a
 // line feed, at most scanLineSize - 1 characters, the rest at the end.
+//
+// Each read asks for a whole block behind the partial line kept from the
+// last: a request at least as large as the stream's own buffer (64 KB for
+// kvFopen's) goes from the file straight into this buffer, rather than
+// through the stream's buffer and a second copy.
 namespace {
+const size_t passBlockSize = 1 << 16;
 struct passReader {
     FILE* in = nullptr;
-    std::vector<char> buffer = std::vector<char>(1 << 16);
+    std::vector<char> buffer = std::vector<char>(passBlockSize + scanLineSize);
     size_t position = 0, length = 0;
     bool end = false;
 };
@@ -136,7 +145,8 @@ bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& ski
         else if (available >= most)
             take = most;
         else if (!r.end) {
-            // Keep the partial line and read on behind it.
+            // Keep the partial line (shorter than a piece) and read on
+            // behind it: at least a whole block.
             memmove(r.buffer.data(), start, available);
             r.position = 0;
             r.length = available;
@@ -347,9 +357,8 @@ int DesignFileItem::nextDependency(FILE* in, FILE* out, char* work, InternalFunc
 // Runs the line engine over in, which it closes, writing to out (null in
 // a scan), with the current directory set to the item's for the pass.
 static void runPass(DesignFileItem& item, FILE* in, FILE* out, InternalFunctionObject& op) {
-    char saved[MAX_PATH] = "";
-    GetCurrentDirectoryA(MAX_PATH, saved);
-    SetCurrentDirectoryA(item.getDirectoryString().c_str());
+    std::string saved;
+    enterScanDirectory(item.getDirectoryString(), saved);
     char work[scanLineSize] = "";
     int state = Line;
     resetPassReader(in);
@@ -357,10 +366,11 @@ static void runPass(DesignFileItem& item, FILE* in, FILE* out, InternalFunctionO
     }
     resetPassReader(nullptr);
     fclose(in);
-    SetCurrentDirectoryA(saved);
+    leaveScanDirectory(saved);
 }
 
 void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
+    scanSpan span;
     scanStamp = fileStamp();
     fileDependencies.clear();
     systemDependencies.clear();
@@ -432,4 +442,133 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
         else if (!in) DeleteFileA(outputPath.c_str());
     }
     return true;
+}
+
+// ---------------------------------------------------------------------------
+// 6. The scan span
+// ---------------------------------------------------------------------------
+
+namespace {
+// What the open span keeps; empty outside one.
+struct spanMemo {
+    int depth = 0;
+    bool directoryChanged = false; // a pass set the current directory
+    std::string savedDirectory;    // where it was before
+    std::unordered_map<std::string, std::pair<pathstring, bool>> searches;
+    // Model indexes by directory: how often the directory was asked, and
+    // once listed, the names of its indexes folded to upper case.
+    struct indexDirectory {
+        int asked = 0;
+        bool listed = false;
+        bool unlisted = false; // the listing failed
+        std::unordered_set<std::string> names;
+    };
+    std::unordered_map<std::string, indexDirectory> indexDirectories;
+};
+} // namespace
+
+static spanMemo& theSpan() {
+    static spanMemo memo;
+    return memo;
+}
+
+scanSpan::scanSpan() { ++theSpan().depth; }
+
+scanSpan::~scanSpan() {
+    spanMemo& memo = theSpan();
+    if (--memo.depth > 0) return;
+    if (memo.directoryChanged) SetCurrentDirectoryA(memo.savedDirectory.c_str());
+    memo.directoryChanged = false;
+    memo.savedDirectory.clear();
+    memo.searches.clear();
+    memo.indexDirectories.clear();
+}
+
+bool scanSpanOpen() { return theSpan().depth > 0; }
+
+// The current directory, or empty if it cannot be had.
+static std::string currentDirectory() {
+    char buffer[MAX_PATH] = "";
+    const DWORD length = GetCurrentDirectoryA(MAX_PATH, buffer);
+    return length > 0 && length < MAX_PATH ? std::string(buffer, length) : std::string();
+}
+
+// directory without its trailing backslash (a root keeps it).
+static std::string withoutTrailingSeparator(const std::string& directory) {
+    std::string text = directory;
+    while (text.size() > 1 && (text.back() == '\\' || text.back() == '/') && text[text.size() - 2] != ':')
+        text.pop_back();
+    return text;
+}
+
+void enterScanDirectory(const pathstring& directory, std::string& saved) {
+    saved.clear();
+    // The directory is asked each time rather than remembered, so that a
+    // change made behind the span's back is never taken for the item's.
+    const std::string current = currentDirectory();
+    if (!current.empty() && current == withoutTrailingSeparator(directory)) return;
+    spanMemo& memo = theSpan();
+    if (memo.depth == 0) {
+        saved = current;
+    } else if (!memo.directoryChanged) {
+        memo.savedDirectory = current;
+        memo.directoryChanged = true;
+    }
+    SetCurrentDirectoryA(directory.c_str());
+}
+
+void leaveScanDirectory(const std::string& saved) {
+    if (!saved.empty()) SetCurrentDirectoryA(saved.c_str());
+}
+
+bool rememberedSearch(const std::string& key, pathstring& result, bool& found) {
+    spanMemo& memo = theSpan();
+    auto it = memo.searches.find(key);
+    if (it == memo.searches.end()) return false;
+    result = it->second.first;
+    found = it->second.second;
+    return true;
+}
+
+void rememberSearch(const std::string& key, const pathstring& result, bool found) {
+    spanMemo& memo = theSpan();
+    if (memo.depth > 0) memo.searches[key] = std::make_pair(result, found);
+}
+
+// text with its ASCII letters in upper case: names are matched on disk
+// without regard to the case of those letters only.
+static std::string foldAscii(const std::string& text) {
+    std::string folded = text;
+    for (char& c : folded)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+    return folded;
+}
+
+bool modelIndexMayExist(const pathstring& directory, const std::string& indexName) {
+    spanMemo& memo = theSpan();
+    if (memo.depth == 0) return true;
+    spanMemo::indexDirectory& known = memo.indexDirectories[directory];
+    if (known.unlisted) return true;
+    // A directory asked once is not worth a listing: the look-up itself is
+    // cheaper than reading a large directory.
+    if (!known.listed && ++known.asked < 2) return true;
+    if (!known.listed) {
+        std::string pattern = directory;
+        if (!pattern.empty() && pattern.back() != '\\' && pattern.back() != '/') pattern += '\\';
+        pattern += "*.MIF";
+        WIN32_FIND_DATAA data;
+        HANDLE find = FindFirstFileA(pattern.c_str(), &data);
+        if (find != INVALID_HANDLE_VALUE) {
+            do known.names.insert(foldAscii(data.cFileName));
+            while (FindNextFileA(find, &data));
+            FindClose(find);
+        } else if (GetLastError() != ERROR_FILE_NOT_FOUND) {
+            // Only a directory listed without failure tells that an index
+            // is not there; otherwise each circuit looks for its own.
+            known.unlisted = true;
+            return true;
+        }
+        known.listed = true;
+    }
+    return known.names.count(foldAscii(indexName)) > 0;
 }

@@ -16,6 +16,8 @@
 //   3. scanPass: the data of one nextDependency call that handlers share.
 //   4. Text helpers for all formats: readScanLine, copyScanLine,
 //      findFileNameValue, the quoted-word splitter.
+//   5. scanSpan: what a scan keeps of the disk while it runs (the current
+//      directory, library searches, model indexes that are not there).
 //
 // Sources: lineengine.cpp (the driver, scanFile, rewriteFile),
 // dependencies.cpp (the lists, closures, marks and the fileItem questions
@@ -31,6 +33,7 @@
 
 class InternalFunctionObject;
 class libraryUsage;
+class pathstring;
 
 // ---------------------------------------------------------------------------
 // 1. ScanState
@@ -137,7 +140,8 @@ bool readPassLine(FILE* in, char* line);
 void resetPassReader(FILE* in);
 // readPassLine that passes over the lines whose first character is not one
 // of firsts without copying them (a scan's fast path: the grammar would
-// only pass them on), counting them in skipped.
+// only pass them on). skipped counts those taken one by one; a run passed
+// over by searching for a single first character is not counted.
 bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& skipped);
 
 // The next line of a grammar: the line in the buffer again when pushBack is
@@ -162,3 +166,46 @@ void dropUnpatchedSymbolRecords();
 // Cuts text into words on blank and tab (runs count as one), double quotes
 // protecting blanks and removed from the words. Appends to words.
 void splitQuotedWords(const char* text, std::vector<std::string>& words);
+
+// ---------------------------------------------------------------------------
+// 5. scanSpan
+// ---------------------------------------------------------------------------
+
+// One scan as the disk sees it: scanFile opens one around its pass, and the
+// closures one around their whole walk (spans nest; the outermost one
+// counts). A scan reads and never writes, so within a span
+//   - the current directory stays where the last pass set it, and goes back
+//     to where it was only when the span ends;
+//   - a library search gives, for the same directory, library path and
+//     name, the result of its first run;
+//   - a directory asked more than once for a model index is listed once,
+//     and a circuit whose index the listing lacks is not looked for again.
+// All of it is dropped when the outermost span ends, so nothing outlives
+// the scan: the next scan sees every change made to the disk meanwhile.
+class scanSpan {
+public:
+    scanSpan();
+    ~scanSpan();
+    scanSpan(const scanSpan&) = delete;
+    scanSpan& operator=(const scanSpan&) = delete;
+};
+
+// Whether a scan span is open.
+bool scanSpanOpen();
+
+// Sets the current directory to directory (an engine path, a trailing
+// backslash allowed) for a pass. Out: saved, the directory to give back to
+// leaveScanDirectory (empty within a span, where the span gives it back).
+void enterScanDirectory(const pathstring& directory, std::string& saved);
+void leaveScanDirectory(const std::string& saved);
+
+// The result of a library search run before in this span, with found set
+// as the search returned; false when there is none (or no span).
+bool rememberedSearch(const std::string& key, pathstring& result, bool& found);
+// Keeps it; does nothing outside a span.
+void rememberSearch(const std::string& key, const pathstring& result, bool found);
+
+// False when the model index named indexName (a bare name) in directory
+// (with its trailing backslash) is known, within this span, not to be
+// there; true when it may be, which is always so outside a span.
+bool modelIndexMayExist(const pathstring& directory, const std::string& indexName);

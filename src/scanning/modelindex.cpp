@@ -72,11 +72,12 @@ static bool readNumberKey(const char* line, const char* key, int& value) {
 void DesignFileItem::readModelIndex(InternalFunctionObject& op) {
     pathstring indexPath = fullPath;
     indexPath.changeExt("MIF");
+    // Most designs have no index; a scan of many lists their directory once.
+    if (!modelIndexMayExist(directoryPath, std::string(indexPath.getBase().c_str()))) return;
     FILE* in = kvFopen(indexPath.c_str(), "rt");
     if (!in) return;
-    char saved[MAX_PATH] = "";
-    GetCurrentDirectoryA(MAX_PATH, saved);
-    SetCurrentDirectoryA(directoryPath.c_str());
+    std::string saved;
+    enterScanDirectory(directoryPath, saved);
 
     DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
     char line[scanLineSize];
@@ -122,5 +123,5 @@ void DesignFileItem::readModelIndex(InternalFunctionObject& op) {
     }
     fclose(in);
     if (damaged) op.reportProblem(KVE_callBackAction::SimulationMayBeStale, libraryName.c_str(), nullptr);
-    SetCurrentDirectoryA(saved);
+    leaveScanDirectory(saved);
 }
