@@ -472,9 +472,15 @@ static spanMemo& theSpan() {
     return memo;
 }
 
-scanSpan::scanSpan() { ++theSpan().depth; }
+// A span is also a span of library reads, so that what those keep (the
+// library item of each library file, among others) lasts a whole closure.
+scanSpan::scanSpan() {
+    beginLibraryReads();
+    ++theSpan().depth;
+}
 
 scanSpan::~scanSpan() {
+    endLibraryReads();
     spanMemo& memo = theSpan();
     if (--memo.depth > 0) return;
     if (memo.directoryChanged) SetCurrentDirectoryA(memo.savedDirectory.c_str());

@@ -179,7 +179,9 @@ void splitQuotedWords(const char* text, std::vector<std::string>& words);
 //   - a library search gives, for the same directory, library path and
 //     name, the result of its first run;
 //   - a directory asked more than once for a model index is listed once,
-//     and a circuit whose index the listing lacks is not looked for again.
+//     and a circuit whose index the listing lacks is not looked for again;
+//   - the library reads of symbol resolution stay open (a span begins and
+//     ends library reads, formats.h).
 // All of it is dropped when the outermost span ends, so nothing outlives
 // the scan: the next scan sees every change made to the disk meanwhile.
 class scanSpan {
