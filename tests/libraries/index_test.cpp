@@ -49,51 +49,31 @@ TEST_F(Index, SeveralNamesAndAParent) {
     EXPECT_EQ(base->parent, nullptr);
 }
 
-// One library text and one look-up in it: found or not, and the entry's
-// numbers and block mark.
-struct lookUpRow {
-    const char* what;
-    std::string content;
-    std::string name;
-    bool found;
-    int offset, size; // when found; -1: not checked
-    bool isBlock;
-};
+TEST_F(Index, NamesAreNotFoundInsideLongerNames) {
+    LibraryFileItem* lib = library("symloc RESISTOR,R_SMD 0 5\n*x\n");
+    EXPECT_EQ(find(lib, "RES"), nullptr);
+    EXPECT_EQ(find(lib, "sistor"), nullptr);
+    EXPECT_EQ(find(lib, "R"), nullptr);
+    EXPECT_NE(find(lib, "r_smd"), nullptr);
+    EXPECT_EQ(find(lib, ""), nullptr);
+    EXPECT_EQ(find(lib, nullptr), nullptr);
+}
 
-static const lookUpRow lookUpRows[] = {
-    {"a name is not found inside a longer one", "symloc RESISTOR,R_SMD 0 5\n*x\n", "RES", false, 0, 0, false},
-    {"nor at its end", "symloc RESISTOR,R_SMD 0 5\n*x\n", "sistor", false, 0, 0, false},
-    {"nor as its first letter", "symloc RESISTOR,R_SMD 0 5\n*x\n", "R", false, 0, 0, false},
-    {"the second name of an entry", "symloc RESISTOR,R_SMD 0 5\n*x\n", "r_smd", true, 0, 5, false},
-    {"an empty name", "symloc RESISTOR,R_SMD 0 5\n*x\n", "", false, 0, 0, false},
-    {"a block mark", "symloc A 1 2 b\nsymloc B 1 2 x\n.\n", "a", true, 1, 2, true},
-    {"another letter is no block mark", "symloc A 1 2 b\nsymloc B 1 2 x\n.\n", "b", true, 1, 2, false},
-    {"no mark", "symloc C 1 2\n.\n", "c", true, 1, 2, false},
-    {"the mark is the lower-case letter", "symloc D 1 2 B\r\n.\n", "d", true, 1, 2, false},
-    {"a block mark on a line written on Windows", "symloc E 1 2 b\r\n.\n", "e", true, 1, 2, true},
-    {"unparsable numbers keep those of the line before", "symloc A 10 20\nsymloc B xx yy\n*\n", "b", true, 10, 20, false},
-    {"an unparsable size keeps the one before", "symloc A 10 20\nsymloc C 7 zz\n*\n", "c", true, 7, 20, false},
-    {"the first entry in file order wins", "symloc X,DUP 1 1\nsymloc DUP 2 2\nsymloc dup,Y 3 3\n*\n", "dup", true, 1, 1, false},
-    {"a later name of a later entry", "symloc X,DUP 1 1\nsymloc DUP 2 2\nsymloc dup,Y 3 3\n*\n", "y", true, 3, 3, false},
-    {"a name with a comma matches across names as a walk does", "symloc A,B,C 1 1\nsymloc B,C 2 2\n*\n", "b,c", true, 1, 1, false},
-    {"but only names that stand together", "symloc A,B,C 1 1\nsymloc B,C 2 2\n*\n", "a,c", false, 0, 0, false},
-    {"the keyword without regard to case", "symloc\nSYMLOC A 1 2\n*\n", "a", true, 1, 2, false},
-    {"a line is read in pieces of 1023 bytes", "symloc " + std::string(1500, 'n') + " 3 4\n*\n", std::string(1500, 'n'),
-     false, 0, 0, false},
-};
+TEST_F(Index, BlockMarks) {
+    LibraryFileItem* lib = library("symloc A 1 2 b\nsymloc B 1 2 x\nsymloc C 1 2\nsymloc D 1 2 B\r\nsymloc E 1 2 b\r\n.\n");
+    EXPECT_TRUE(find(lib, "a")->isBlock);
+    EXPECT_FALSE(find(lib, "b")->isBlock);
+    EXPECT_FALSE(find(lib, "c")->isBlock);
+    EXPECT_FALSE(find(lib, "d")->isBlock) << "the mark is the lower-case letter";
+    EXPECT_TRUE(find(lib, "e")->isBlock) << "a line written on Windows";
+}
 
-TEST_F(Index, LookUps) {
-    int n = 0;
-    for (const lookUpRow& row : lookUpRows) {
-        LibraryFileItem* lib = library(row.content, (std::to_string(++n) + ".slb").c_str());
-        libraryIndexEntry* entry = find(lib, row.name.c_str());
-        ASSERT_EQ(entry != nullptr, row.found) << row.what;
-        if (!entry) continue;
-        EXPECT_EQ(entry->offset, row.offset) << row.what;
-        EXPECT_EQ(entry->size, row.size) << row.what;
-        EXPECT_EQ(entry->isBlock, row.isBlock) << row.what;
-    }
-    EXPECT_EQ(find(library("symloc A 0 5\n*x\n"), nullptr), nullptr) << "a null name";
+TEST_F(Index, UnparsableNumbersKeepThoseOfTheLineBefore) {
+    LibraryFileItem* lib = library("symloc A 10 20\nsymloc B xx yy\nsymloc C 7 zz\n*\n");
+    EXPECT_EQ(find(lib, "b")->offset, 10);
+    EXPECT_EQ(find(lib, "b")->size, 20);
+    EXPECT_EQ(find(lib, "c")->offset, 7);
+    EXPECT_EQ(find(lib, "c")->size, 20);
 }
 
 TEST_F(Index, OffsetsCountFromTheFirstLineBehindTheIndex) {
@@ -117,6 +97,18 @@ TEST_F(Index, IndexOnlyFileDoublesItsLastEntry) {
     ASSERT_EQ(lib->getIndexEntries().size(), 3u);
     EXPECT_EQ(b, lib->getIndexEntries()[1]) << "the first copy is found";
     EXPECT_STREQ(lib->getIndexEntries()[2]->names, ",b,");
+}
+
+TEST_F(Index, FirstEntryInFileOrderWins) {
+    LibraryFileItem* lib = library("symloc X,DUP 1 1\nsymloc DUP 2 2\nsymloc dup,Y 3 3\n*\n");
+    EXPECT_EQ(find(lib, "dup")->offset, 1);
+    EXPECT_EQ(find(lib, "y")->offset, 3);
+}
+
+TEST_F(Index, NamesWithACommaMatchAcrossNamesAsAWalkDoes) {
+    LibraryFileItem* lib = library("symloc A,B,C 1 1\nsymloc B,C 2 2\n*\n");
+    EXPECT_EQ(find(lib, "b,c")->offset, 1) << "',b,c,' stands in ',a,b,c,'";
+    EXPECT_EQ(find(lib, "a,c"), nullptr);
 }
 
 TEST_F(Index, TheIndexIsReadAtTheFirstLookUpAndAnnounced) {
@@ -155,6 +147,13 @@ TEST_F(Index, EntriesMadeElsewhereAreNeverFound) {
     EXPECT_EQ(find(lib, "anything"), nullptr);
     EXPECT_TRUE(op.actions.empty()) << "a filled list is not read";
     EXPECT_EQ(model->owner, lib);
+}
+
+TEST_F(Index, ShortAndLongLines) {
+    std::string longName(1500, 'n');
+    LibraryFileItem* lib = library("symloc\nSYMLOC A 1 2\nsymloc " + longName + " 3 4\n*\n");
+    EXPECT_NE(find(lib, "a"), nullptr) << "the keyword without regard to case";
+    EXPECT_EQ(find(lib, longName.c_str()), nullptr) << "a line is read in pieces of 1023 bytes";
 }
 
 // The map must answer as the walk in file order does, for every name of a

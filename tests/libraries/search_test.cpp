@@ -4,7 +4,6 @@
 // on the library path and names found nowhere.
 #include "libtest.h"
 
-#include <cstring>
 #include <unistd.h>
 
 #include "libraries/configuration.h"
@@ -38,68 +37,29 @@ protected:
     std::list<std::string> tried;
 };
 
-// One search and its outcome. In the expected texts "@BASE@" stands for
-// the referring directory, "@ROOT@" for the test directory and "@CWD@" for
-// the current one.
-struct searchRow {
-    const char* what;
-    const char* name;
-    const char* ext;
-    const char* from;  // null: the referring directory
-    const char* list;  // null: the library path
-    bool found;
-    const char* result;
-    const char* tried; // the paths tried, joined by "|"; null: not checked
-};
+TEST_F(Search, TheReferringDirectoryComesFirst) {
+    EXPECT_TRUE(search("both.sch"));
+    EXPECT_EQ(std::string(result), base + "\\both.sch");
+    EXPECT_EQ(tried.size(), 1u);
+}
 
-static const searchRow searchRows[] = {
-    {"the referring directory comes first", "both.sch", nullptr, nullptr, nullptr, true, "@BASE@\\both.sch",
-     "@BASE@\\both.sch"},
-    {"a name found only on the library path", "only.slb", nullptr, nullptr, nullptr, true, "@ROOT@\\lib1\\only.slb", nullptr},
-    {"the second directory, a quoted one with a blank, in any case", "DEEP.SCH", nullptr, nullptr, nullptr, true,
-     "@ROOT@\\lib 2\\DEEP.SCH", "@BASE@\\DEEP.SCH|@ROOT@\\lib1\\DEEP.SCH|@ROOT@\\lib 2\\DEEP.SCH"},
-    {"a name found nowhere comes back in the current directory", "nowhere", "sch", nullptr, nullptr, false,
-     "@CWD@\\nowhere.sch", "@BASE@\\nowhere.sch|@ROOT@\\lib1\\nowhere.sch|@ROOT@\\lib 2\\nowhere.sch"},
-    {"a directory is not a file", "folder.sch", nullptr, nullptr, nullptr, false, "@CWD@\\folder.sch", nullptr},
-    {"no directories at all", "x", nullptr, "", "", false, "@CWD@\\x", ""},
-    {"a default extension with a dot", "here", ".sch", nullptr, nullptr, true, "@BASE@\\here.sch", nullptr},
-    {"a dot is put in front of a default extension", "here", "sch", nullptr, nullptr, true, "@BASE@\\here.sch", nullptr},
-    {"a name with an extension keeps it", "here.txt", ".sch", nullptr, nullptr, false, "@CWD@\\here.txt", nullptr},
-    {"a default extension on the library path", "only", ".slb", nullptr, nullptr, true, "@ROOT@\\lib1\\only.slb", nullptr},
-    {"three dots: two levels up", "...\\x.txt", nullptr, nullptr, nullptr, true, "@ROOT@\\ws\\x.txt", nullptr},
-    {"four dots: three levels up", "....\\top.txt", nullptr, nullptr, nullptr, true, "@ROOT@\\top.txt", nullptr},
-    {"two steps up", "..\\..\\x.txt", nullptr, nullptr, nullptr, true, "@ROOT@\\ws\\x.txt", nullptr},
-    {"forward slashes", "../../x.txt", nullptr, nullptr, nullptr, true, "@ROOT@\\ws\\x.txt", nullptr},
-    {"a dot directory", ".\\here.sch", nullptr, nullptr, nullptr, true, "@BASE@\\here.sch", nullptr},
-    {"doubled separators", "sub\\\\..\\here.sch", nullptr, nullptr, nullptr, true, "@BASE@\\here.sch", nullptr},
-    {"a drive that does not exist; the list is not walked", "Q:\\nope\\x.txt", ".sch", nullptr, nullptr, false,
-     "Q:\\nope\\x.txt", "Q:\\nope\\x.txt"},
-    {"an absolute name is only checked", "@ROOT@\\ws\\x.txt", nullptr, nullptr, nullptr, true, "@ROOT@\\ws\\x.txt", nullptr},
-    {"a share is only checked", "\\\\server\\share\\x.txt", nullptr, nullptr, nullptr, false, "\\\\server\\share\\x.txt", nullptr},
-    {"an absolute directory is not a file", "@ROOT@\\ws\\a", nullptr, nullptr, nullptr, false, nullptr, nullptr},
-    {"no referring directory", "only.slb", nullptr, "", nullptr, true, "@ROOT@\\lib1\\only.slb", nullptr},
-    {"no library path", "here.sch", nullptr, nullptr, "", true, "@BASE@\\here.sch", nullptr},
-};
+TEST_F(Search, NamesFoundOnlyOnTheLibraryPath) {
+    EXPECT_TRUE(search("only.slb"));
+    EXPECT_EQ(std::string(result), dir.engine("lib1") + "\\only.slb");
+    EXPECT_TRUE(search("DEEP.SCH")) << "the second directory, a quoted one with a blank, any case";
+    EXPECT_EQ(std::string(result), dir.engine("lib 2") + "\\DEEP.SCH");
+    EXPECT_EQ(tried, (std::list<std::string>{base + "\\DEEP.SCH", dir.engine("lib1") + "\\DEEP.SCH",
+                                             dir.engine("lib 2") + "\\DEEP.SCH"}));
+}
 
-TEST_F(Search, Table) {
-    auto expand = [&](const char* text) {
-        if (!text) return std::string("(not checked)");
-        std::string expanded = text;
-        for (const auto& pair : {std::make_pair("@BASE@", base), std::make_pair("@ROOT@", dir.engine()),
-                                 std::make_pair("@CWD@", current)})
-            for (size_t at; (at = expanded.find(pair.first)) != std::string::npos;)
-                expanded.replace(at, strlen(pair.first), pair.second);
-        return expanded;
-    };
-    for (const searchRow& row : searchRows) {
-        SCOPED_TRACE(row.what);
-        const std::string name = expand(row.name);
-        EXPECT_EQ(search(name.c_str(), row.ext, row.from, row.list), row.found);
-        EXPECT_EQ(row.result ? std::string(result) : "(not checked)", expand(row.result));
-        std::string paths;
-        for (const std::string& each : tried) paths += (paths.empty() ? "" : "|") + each;
-        EXPECT_EQ(row.tried ? paths : "(not checked)", expand(row.tried));
-    }
+TEST_F(Search, NamesFoundNowhereComeBackInTheCurrentDirectory) {
+    EXPECT_FALSE(search("nowhere", "sch"));
+    EXPECT_EQ(std::string(result), current + "\\nowhere.sch");
+    EXPECT_EQ(tried.size(), 3u);
+    EXPECT_FALSE(search("folder.sch")) << "a directory is not a file";
+    EXPECT_FALSE(search("x", nullptr, "", "")) << "no directories at all";
+    EXPECT_EQ(std::string(result), current + "\\x");
+    EXPECT_TRUE(tried.empty());
 }
 
 TEST_F(Search, NullNameLeavesTheResultAlone) {
@@ -108,8 +68,43 @@ TEST_F(Search, NullNameLeavesTheResultAlone) {
     EXPECT_EQ(std::string(result), "C:\\keep");
 }
 
+TEST_F(Search, DefaultExtensions) {
+    EXPECT_TRUE(search("here", ".sch"));
+    EXPECT_EQ(std::string(result), base + "\\here.sch");
+    EXPECT_TRUE(search("here", "sch")) << "a dot is put in front";
+    EXPECT_EQ(std::string(result), base + "\\here.sch");
+    EXPECT_FALSE(search("here.txt", ".sch")) << "a name with an extension keeps it";
+    EXPECT_EQ(std::string(result), current + "\\here.txt");
+    EXPECT_TRUE(search("only", ".slb"));
+}
+
+TEST_F(Search, DotsLeadUp) {
+    EXPECT_TRUE(search("...\\x.txt")) << "three dots: two levels up";
+    EXPECT_EQ(std::string(result), dir.engine("ws") + "\\x.txt");
+    EXPECT_TRUE(search("....\\top.txt")) << "four dots: three levels up";
+    EXPECT_EQ(std::string(result), dir.engine("top.txt"));
+    EXPECT_TRUE(search("..\\..\\x.txt"));
+    EXPECT_TRUE(search("../../x.txt")) << "forward slashes";
+    EXPECT_TRUE(search(".\\here.sch"));
+    EXPECT_TRUE(search("sub\\\\..\\here.sch")) << "doubled separators";
+}
+
+TEST_F(Search, NamesWithADriveAreOnlyChecked) {
+    EXPECT_FALSE(search("Q:\\nope\\x.txt", ".sch"));
+    EXPECT_EQ(std::string(result), "Q:\\nope\\x.txt") << "a drive that does not exist; the list is not walked";
+    EXPECT_EQ(tried.size(), 1u);
+    std::string absolute = dir.engine("ws\\x.txt");
+    EXPECT_TRUE(search(absolute.c_str()));
+    EXPECT_EQ(std::string(result), absolute);
+    EXPECT_FALSE(search("\\\\server\\share\\x.txt"));
+    EXPECT_EQ(std::string(result), "\\\\server\\share\\x.txt");
+    EXPECT_FALSE(search(dir.engine("ws\\a").c_str())) << "a directory is not a file";
+}
+
 TEST_F(Search, WithoutBaseDirectoryOrPath) {
     CwdGuard guard;
+    EXPECT_TRUE(search("only.slb", nullptr, "", path.c_str()));
+    EXPECT_TRUE(search("here.sch", nullptr, base.c_str(), ""));
     ASSERT_EQ(chdir(dir.host("ws").c_str()), 0);
     pathstring r;
     EXPECT_FALSE(searchPathForFile(nullptr, nullptr, "x.txt", nullptr, r)) << "the current directory is not searched";
