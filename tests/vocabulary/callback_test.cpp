@@ -27,9 +27,6 @@ TEST(CallBackStatus, SingleBitsFindTheirRows) {
         EXPECT_EQ(s.getIndex(), i);
         EXPECT_STREQ(s.getFileString(), names[i]);
     }
-    KVE_callBackStatus overwrite(8);
-    EXPECT_EQ(overwrite.getIndex(), 3);
-    EXPECT_STREQ(overwrite.getFileString(), "Overwrite");
 }
 
 TEST(CallBackStatus, AnythingButASingleBitIsTheInvalidRow) {
