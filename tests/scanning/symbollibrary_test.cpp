@@ -147,20 +147,6 @@ TEST_F(SymbolLibrary, LibraryReaderFindsEveryRewrittenSymbol) {
 // The grammar
 // ---------------------------------------------------------------------------
 
-TEST_F(SymbolLibrary, ScanAndRewriteMeetTheSameReferences) {
-    open({{"design/lib.slb", "a 0 filename=top_note\n@INDEX\nsymloc S 0 0\n*symbol S\n"
-                             "a 0 filename=one\ni 0 \"two.bmp\"\n@views\nv=three\nw=four\n"}},
-         "design");
-    scan("lib.slb");
-    DesignFileItem* library = item("design/lib.slb");
-    ASSERT_TRUE(library);
-    std::vector<std::string> scanned;
-    for (fileItem* each : library->getFileDependencies(nullptr)) scanned.push_back(each->getBaseName());
-    EXPECT_EQ(scanned, (std::vector<std::string>{"one.sch", "three.sch", "top_note.sch", "two.bmp"}));
-    rewrite("lib.slb");
-    EXPECT_EQ(found.size(), 4u);
-}
-
 // A symbol's start that stands inside a line: reported, the text before it
 // dropped, and the symbol still indexed.
 TEST_F(SymbolLibrary, SymbolInsideALineIsReportedAndIndexed) {
@@ -253,15 +239,11 @@ TEST_F(SymbolLibrary, WideNumbersNeverRunIntoTheNextLine) {
     EXPECT_NE(out.find("\n*symbol a\nd a\n*symbol b\nd b\n"), std::string::npos) << out;
 }
 
-// The view section at the top of a library ends at the next section or
-// block and at the end of the input (the pass must finish).
-TEST_F(SymbolLibrary, TopLevelViewsEndTheirSection) {
-    open({{"design/lib.slb", "@VIEWS\nx=a\ny\nz=*\n@INDEX\nsymloc S 0 0\n*symbol S\nd s\n"},
-          {"design/tail.slb", "*version\n@VIEWS\nx=b\n"}},
-         "design");
-    const std::string out = rewrite("lib.slb");
-    EXPECT_EQ(out.compare(0, 14, "x=a.sch\n@INDEX"), 0) << "header and lines without a value dropped\n" << out;
-    expectTrueSymbolIndex(out, 1);
+// The view section at the top of a library ends at the end of the input
+// (the pass must finish); its end at the next section is in the golden
+// files.
+TEST_F(SymbolLibrary, TopLevelViewsEndAtTheEndOfTheInput) {
+    open({{"design/tail.slb", "*version\n@VIEWS\nx=b\n"}}, "design");
     EXPECT_EQ(rewrite("tail.slb"), "*version\nx=b.sch\n");
     scan("tail.slb");
     EXPECT_EQ(names(item("design/tail.slb")->getFileDependencies(nullptr)), std::vector<std::string>{"b.sch"});
