@@ -15,19 +15,6 @@
 // Helpers
 // ---------------------------------------------------------------------------
 
-// The text of a symbol or package library: an index with one line per
-// entry (names field, offset, size) and then the entries' texts.
-static std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
-    std::string index = "@INDEX\n", bodies;
-    char line[512];
-    for (const auto& entry : entries) {
-        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", entry.first.c_str(), bodies.size(), entry.second.size());
-        index += line;
-        bodies += entry.second;
-    }
-    return index + bodies;
-}
-
 // A symbol's text whose package is package (none when empty), with the
 // views given (lines "name=value").
 static std::string symbolText(const std::string& name, const std::string& package, const std::string& views = "") {

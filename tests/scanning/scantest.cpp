@@ -1,6 +1,7 @@
 // Helpers of the scanning tests (scantest.h).
 #include "scanning/scantest.h"
 
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -173,6 +174,17 @@ std::string scanFixture::rewrite(const std::string& from, const std::string& to,
         << from;
     if (found) *found = op.found;
     return readFile(dir.host(to));
+}
+
+std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::string index = "@INDEX\n", bodies;
+    char line[512];
+    for (const auto& entry : entries) {
+        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", entry.first.c_str(), bodies.size(), entry.second.size());
+        index += line;
+        bodies += entry.second;
+    }
+    return index + bodies;
 }
 
 std::vector<indexLine> indexLines(const std::string& text, const std::string& keyword) {

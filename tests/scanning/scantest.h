@@ -110,6 +110,10 @@ protected:
     std::unique_ptr<workspace> ws;
 };
 
+// The text of a symbol or package library: an index with one true line per
+// entry (names field, offset, size), then the entries' texts.
+std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries);
+
 // One line of a block index, "symloc NAME OFFSET SIZE" or "pageloc PAGE
 // OFFSET SIZE": its first field and its numbers.
 struct indexLine {

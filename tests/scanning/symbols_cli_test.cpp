@@ -2,25 +2,10 @@
 // a schematic with a local symbol and package library pair (with a symbol
 // drawn on another), a configured-looking system library through the
 // library path, a symbol that no library holds, and the JSON forms.
-#include <cstdio>
-
 #include "scanning/scantest.h"
 #include "support/kelvaultruns.h"
 
 namespace {
-
-// A library text with an index that is true for blocks (keyword: "*symbol"
-// or "*package"); names[k] is the index name, bodies[k] the block.
-std::string library(const std::vector<std::string>& names, const std::vector<std::string>& bodies) {
-    std::string index = "@INDEX\n", text;
-    for (size_t k = 0; k < names.size(); ++k) {
-        char line[256];
-        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", names[k].c_str(), text.size(), bodies[k].size());
-        index += line;
-        text += bodies[k];
-    }
-    return index + text;
-}
 
 // The design: top.sch uses AMP and TRIM (drawn on AMP) from parts.slb, the
 // package of TRIM from parts.plb, STD from the system library on the
@@ -31,10 +16,10 @@ protected:
         writeFile(dir.host("ws/top.sch"),
                   "*version 9.1\n@LIBRARIES\n\"parts\"  [.slb,.plb]\n\"std\"  [.slb]\n*page 1\n"
                   "part 1 AMP 0 0 h\npart 2 TRIM 10 0 h\npart 3 STD 20 0 h\npart 4 GHOST 30 0 h\n");
-        writeFile(dir.host("ws/parts.slb"),
-                  library({"AMP", "TRIM:AMP"}, {"*symbol AMP\nd amplifier\n", "*symbol TRIM\na 0 component=POT3\n"}));
-        writeFile(dir.host("ws/parts.plb"), library({"POT3"}, {"*package POT3\nd trimmer\n"}));
-        writeFile(dir.host("syslib/std.slb"), library({"STD"}, {"*symbol STD\nd standard\n"}));
+        writeFile(dir.host("ws/parts.slb"), libraryText({{"AMP", "*symbol AMP\nd amplifier\n"},
+                                                         {"TRIM:AMP", "*symbol TRIM\na 0 component=POT3\n"}}));
+        writeFile(dir.host("ws/parts.plb"), libraryText({{"POT3", "*package POT3\nd trimmer\n"}}));
+        writeFile(dir.host("syslib/std.slb"), libraryText({{"STD", "*symbol STD\nd standard\n"}}));
         writeFile(dir.host("ini/tarnel91.ini"), "[Part Libs]\n");
         writeFile(dir.host("ini/context.ini"), "[TARNEL]\nLIBPATH=" + dir.engine("syslib") + "\n");
     }
