@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "operations/operation.h"
+#include "paths/pathstring.h"
 
 namespace bench {
 
