@@ -433,8 +433,7 @@ TEST_F(Resolution, EveryUseOfASymbolLeavesItsTracesThoughItsTextIsReadOnce) {
           {"parts.slb", libraryText({{"r", symbolText("r", "RC05", "schematic=sub\n")}, {"c", symbolText("c", "CK05")}})},
           {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"ck05", packageText("ck05")}})},
           {"sub.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     // The section registers each library twice (as a found file and as a
     // library); then every part whose package is found beside its symbol
     // registers the package library twice more, the third R as the first.
@@ -454,8 +453,7 @@ TEST_F(Resolution, WhatOneScanKeptIsNotTakenIntoTheNext) {
           {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"rc06", packageText("rc06")}})},
           {"one.sch", "*version 9.10\n"},
           {"two.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
     ASSERT_TRUE(holds(names(top->getFileDependencies(nullptr)), "one.sch"));
 
