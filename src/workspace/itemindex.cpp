@@ -2,8 +2,11 @@
 //
 // Contents:
 //   1. Keys.
-//   2. Insertion and removal.
-//   3. Type changes and staleness.
+//   2. The path table.
+//   3. Insertion and removal.
+//   4. Type changes and staleness.
+#include <cstring>
+
 #include "workspace/itemindex.h"
 
 // ---------------------------------------------------------------------------
@@ -15,6 +18,57 @@ std::string foldCase(const std::string& text) {
     for (char& c : folded)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
     return folded;
+}
+
+static inline unsigned char lowerAscii(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; }
+
+// FNV-1a over the bytes folded to lower case; value() mixes the state so
+// that its low bits, which pick the slot, depend on every byte.
+void foldedHash::add(const char* text, size_t length) {
+    uint64_t h = state;
+    for (size_t i = 0; i < length; ++i) {
+        h ^= lowerAscii(static_cast<unsigned char>(text[i]));
+        h *= 1099511628211ull;
+    }
+    state = h;
+}
+
+uint64_t foldedHash::value() const {
+    uint64_t h = state;
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdull;
+    h ^= h >> 33;
+    return h;
+}
+
+pathKey pathKey::of(const std::string& path) {
+    pathKey key;
+    key.head = path.data();
+    key.headLength = path.size();
+    foldedHash hash;
+    hash.add(key.head, key.headLength);
+    key.hash = hash.value();
+    return key;
+}
+
+pathKey pathKey::of(const std::string& directory, const foldedHash& directoryHash, const char* name) {
+    pathKey key;
+    key.head = directory.data();
+    key.headLength = directory.size();
+    key.tail = name;
+    key.tailLength = strlen(name);
+    foldedHash hash(directoryHash);
+    hash.add(key.tail, key.tailLength);
+    key.hash = hash.value();
+    return key;
+}
+
+// Whether the n bytes at a and b are equal but for ASCII case.
+static bool sameFolded(const char* a, const char* b, size_t n) {
+    for (size_t i = 0; i < n; ++i)
+        if (a[i] != b[i] && lowerAscii(static_cast<unsigned char>(a[i])) != lowerAscii(static_cast<unsigned char>(b[i])))
+            return false;
+    return true;
 }
 
 int itemIndex::clampType(int type) {
@@ -49,16 +103,91 @@ const std::vector<DesignFileItem*>* itemIndex::ofTypeAndStem(int type, const std
     return it == byTypeAndStem.end() ? nullptr : &it->second;
 }
 
-DesignFileItem* itemIndex::findByPath(const std::string& key) const {
-    auto it = byPath.find(key);
-    return it == byPath.end() ? nullptr : it->second;
+// ---------------------------------------------------------------------------
+// 2. The path table
+// ---------------------------------------------------------------------------
+
+DesignFileItem* itemIndex::findByPath(const pathKey& key) const {
+    if (pathSlots.empty()) return nullptr;
+    const size_t mask = pathSlots.size() - 1;
+    const size_t length = key.headLength + key.tailLength;
+    // The table is never full, so the probe ends at an empty slot.
+    for (size_t i = key.hash & mask;; i = (i + 1) & mask) {
+        const pathSlot& slot = pathSlots[i];
+        if (!slot.item) {
+            if (slot.hash == 0) return nullptr;
+            continue;
+        }
+        if (slot.hash != key.hash) continue;
+        const std::string& path = slot.item->fullPath;
+        if (path.size() == length && sameFolded(path.data(), key.head, key.headLength) &&
+            sameFolded(path.data() + key.headLength, key.tail, key.tailLength))
+            return slot.item;
+    }
+}
+
+void itemIndex::addPath(DesignFileItem* item, uint64_t hash) {
+    if ((pathsUsed + pathsRemoved + 1) * 10 > pathSlots.size() * 7) growPaths();
+    const size_t mask = pathSlots.size() - 1;
+    const std::string& path = item->fullPath;
+    size_t free = pathSlots.size();
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        pathSlot& slot = pathSlots[i];
+        if (!slot.item) {
+            if (slot.hash == 1) {
+                if (free == pathSlots.size()) free = i;
+                continue;
+            }
+            if (free == pathSlots.size()) free = i;
+            break;
+        }
+        // A path indexed already keeps its first item.
+        if (slot.hash == hash && slot.item->fullPath.size() == path.size() &&
+            sameFolded(slot.item->fullPath.data(), path.data(), path.size()))
+            return;
+    }
+    if (pathSlots[free].hash == 1) --pathsRemoved;
+    pathSlots[free] = pathSlot{hash, item};
+    ++pathsUsed;
+}
+
+void itemIndex::removePath(DesignFileItem* item) {
+    if (pathSlots.empty()) return;
+    const size_t mask = pathSlots.size() - 1;
+    for (size_t i = pathKey::of(item->fullPath).hash & mask;; i = (i + 1) & mask) {
+        pathSlot& slot = pathSlots[i];
+        if (slot.item == item) {
+            slot = pathSlot{1, nullptr};
+            --pathsUsed;
+            ++pathsRemoved;
+            return;
+        }
+        if (!slot.item && slot.hash == 0) return;
+    }
+}
+
+// Doubles the table (or more), leaving out the removed slots: at most
+// half full afterwards.
+void itemIndex::growPaths() {
+    size_t size = 16;
+    while (size < (pathsUsed + 1) * 2) size *= 2;
+    std::vector<pathSlot> old(size, pathSlot{0, nullptr});
+    old.swap(pathSlots);
+    pathsRemoved = 0;
+    const size_t mask = size - 1;
+    for (const pathSlot& slot : old) {
+        if (!slot.item) continue;
+        size_t i = slot.hash & mask;
+        while (pathSlots[i].item) i = (i + 1) & mask;
+        pathSlots[i] = slot;
+    }
 }
 
 // ---------------------------------------------------------------------------
-// 2. Insertion and removal
+// 3. Insertion and removal
 // ---------------------------------------------------------------------------
 
-DesignFileItem* itemIndex::insert(DesignFileItem* item, std::string pathKey) {
+DesignFileItem* itemIndex::insert(DesignFileItem* item, const uint64_t* pathHash) {
     // The list is always in item order, so walking it from the back to the
     // first element that does not sort above the new item ends where the
     // set's upper bound is. A directory listing mostly arrives in order:
@@ -75,8 +204,7 @@ DesignFileItem* itemIndex::insert(DesignFileItem* item, std::string pathKey) {
     order.insert(place == items.end() ? order.end() : order.begin(), item);
     item->listPosition = items.insert(place, item);
     item->index = this;
-    if (pathKey.empty()) pathKey = foldCase(item->fullPath);
-    byPath.emplace(std::move(pathKey), item);
+    addPath(item, pathHash ? *pathHash : pathKey::of(item->fullPath).hash);
     addToTypeIndexes(item);
     if (!item->isTypeCurrent()) stale.insert(item);
     return nullptr;
@@ -86,8 +214,7 @@ void itemIndex::remove(DesignFileItem* item) {
     if (item->index != this) return;
     items.erase(item->listPosition);
     order.erase(item);
-    auto it = byPath.find(foldCase(item->fullPath));
-    if (it != byPath.end() && it->second == item) byPath.erase(it);
+    removePath(item);
     removeFromTypeIndexes(item, item->fileType.value(), item->category.value());
     stale.erase(item);
     item->index = nullptr;
@@ -119,7 +246,7 @@ void itemIndex::removeFromTypeIndexes(DesignFileItem* item, int type, int catego
 }
 
 // ---------------------------------------------------------------------------
-// 3. Type changes and staleness
+// 4. Type changes and staleness
 // ---------------------------------------------------------------------------
 
 void itemIndex::typeChanged(DesignFileItem* item, int oldType, int oldCategory) {

@@ -5,7 +5,10 @@
 // that list. With tens of thousands of files such searches would make
 // opening and listing quadratic, so the list is shadowed by:
 //   - an ordered set in item order, which finds where a new item goes;
-//   - a hash of full paths folded to lower case, for findItem;
+//   - a table of full paths hashed without regard to case, for findItem
+//     and for the look-up of each directory entry during refresh: one flat
+//     array of (hash, item), so that a look-up touches one slot and the
+//     item's path only on a hash match, and no key is copied or folded;
 //   - an ordered set per file type and per category, for the listings;
 //   - a hash of (type, stem folded to lower case), for the claiming rule,
 //     made when that rule is first asked.
@@ -19,10 +22,12 @@
 // for its type would).
 //
 // Contents:
-//   1. itemOrder: the item order as a comparator.
-//   2. itemIndex.
+//   1. itemOrder: the item order as a comparator; foldCase.
+//   2. pathKey: a path as the path table looks it up.
+//   3. itemIndex.
 #pragma once
 
+#include <cstdint>
 #include <list>
 #include <set>
 #include <string>
@@ -53,7 +58,39 @@ std::string foldCase(const std::string& text);
 bool longNameOnlyChangesCase(const pathstring& path);
 
 // ---------------------------------------------------------------------------
-// 2. itemIndex
+// 2. pathKey
+// ---------------------------------------------------------------------------
+
+// A hash of a text without regard to ASCII case, fed in pieces: the hash of
+// a directory is taken once and carried on over each name in it.
+class foldedHash {
+public:
+    void add(const char* text, size_t length);
+    // The hash of everything added so far.
+    uint64_t value() const;
+
+private:
+    uint64_t state = 14695981039346656037ull;
+};
+
+// A path to look up: head followed by tail (either may be empty), compared
+// without regard to ASCII case, and the foldedHash of the two.
+struct pathKey {
+    const char* head = "";
+    size_t headLength = 0;
+    const char* tail = "";
+    size_t tailLength = 0;
+    uint64_t hash = 0;
+
+    // The key of a whole path.
+    static pathKey of(const std::string& path);
+    // The key of directory followed by name, where directoryHash holds the
+    // directory already.
+    static pathKey of(const std::string& directory, const foldedHash& directoryHash, const char* name);
+};
+
+// ---------------------------------------------------------------------------
+// 3. itemIndex
 // ---------------------------------------------------------------------------
 
 class itemIndex {
@@ -62,14 +99,15 @@ public:
 
     // Inserts item into the list at its place in item order, and into every
     // index. If an item that compares equal is there already, nothing is
-    // inserted and that item is returned; otherwise null.
-    // pathKey, if given, is foldCase of the item's full path.
-    DesignFileItem* insert(DesignFileItem* item, std::string pathKey = std::string());
+    // inserted and that item is returned; otherwise null. pathHash, if
+    // given, is the hash of the item's full path (pathKey::hash).
+    DesignFileItem* insert(DesignFileItem* item, const uint64_t* pathHash = nullptr);
     // Takes item out of the list and every index.
     void remove(DesignFileItem* item);
 
-    // The item whose full path folds to key, or null.
-    DesignFileItem* findByPath(const std::string& key) const;
+    // The item whose full path equals key without regard to case, or null;
+    // the first indexed where several do.
+    DesignFileItem* findByPath(const pathKey& key) const;
 
     // Called by the item when its type was determined again.
     void typeChanged(DesignFileItem* item, int oldType, int oldCategory);
@@ -91,10 +129,22 @@ private:
     static std::string stemKey(int type, const std::string& foldedStem);
     void addToTypeIndexes(DesignFileItem* item);
     void removeFromTypeIndexes(DesignFileItem* item, int type, int category);
+    // The path table: open addressing with linear probing over a power of
+    // two of slots. An empty slot has no item and hash 0, a removed one no
+    // item and hash 1.
+    struct pathSlot {
+        uint64_t hash;
+        DesignFileItem* item;
+    };
+    void addPath(DesignFileItem* item, uint64_t hash);
+    void removePath(DesignFileItem* item);
+    void growPaths();
 
     std::list<fileItem*>& items;
     orderedItems order;
-    std::unordered_map<std::string, DesignFileItem*> byPath;
+    std::vector<pathSlot> pathSlots;
+    size_t pathsUsed = 0;    // slots with an item
+    size_t pathsRemoved = 0; // slots marked removed
     orderedItems byType[KVE_fileTypeEnum::invalid + 1];
     orderedItems byCategory[KVE_fileCategoryEnum::invalid + 1];
     // Built at the first question (only Miscellaneous Files asks), then kept.
