@@ -60,9 +60,11 @@ void DesignFileItem::placeIn(const pathstring& tidiedDirectory) {
     // Locality, decided here once. A system library directory counts as
     // System even beneath the workspace, so that test comes before the
     // subdirectory test.
+    // The design workspace's own directory is compared in place, not copied.
     DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(owner);
-    const pathstring workspaceDirectory =
-        design ? design->getDirectoryString() : pathstring(std::string(owner ? owner->getDirectory() : ""));
+    pathstring otherDirectory;
+    if (!design) otherDirectory = pathstring(std::string(owner ? owner->getDirectory() : ""));
+    const pathstring& workspaceDirectory = design ? design->getDirectoryString() : otherDirectory;
     if (directoryPath.compareEqualQuickly(workspaceDirectory))
         locality = KVE_Locality::Local;
     else if (isSystemLibraryPath(directoryPath.c_str()))

@@ -4,17 +4,26 @@
 // path without regard to case) and describes its look-ups as searches of
 // that list. With tens of thousands of files such searches would make
 // opening and listing quadratic, so the list is shadowed by:
-//   - an ordered set in item order, which finds where a new item goes;
+//   - a vector of the items in item order, which finds where a new item
+//     goes;
 //   - a table of full paths hashed without regard to case, for findItem
 //     and for the look-up of each directory entry during refresh: one flat
 //     array of (hash, item), so that a look-up touches one slot and the
 //     item's path only on a hash match, and no key is copied or folded;
-//   - an ordered set per file type and per category, for the listings;
+//   - a vector in item order per file type and per category, for the
+//     listings;
 //   - a hash of (type, stem folded to lower case), for the claiming rule,
 //     made when that rule is first asked.
-// Every answer is the one the plain list would give: the sets use the item
-// order itself, and a key matches exactly when the list's comparison
+// Every answer is the one the plain list would give: the vectors use the
+// item order itself, and a key matches exactly when the list's comparison
 // (equal but for ASCII case) would.
+//
+// A directory listing arrives almost in item order (it is sorted by name,
+// but punctuation such as "_" sorts after the letters there and before them
+// here), so an item that sorts after the last one is appended everywhere.
+// While refresh reads the directory, the items that do not are held back
+// and merged in one pass at its end, so that no listing makes opening
+// quadratic; the path table has them at once.
 //
 // Types change when an item's find record changes and the type is
 // determined again. Items whose record changed are kept as stale until the
@@ -29,7 +38,6 @@
 
 #include <cstdint>
 #include <list>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -44,7 +52,7 @@
 struct itemOrder {
     bool operator()(const DesignFileItem* a, const DesignFileItem* b) const { return a->compareItems(b) < 0; }
 };
-typedef std::set<DesignFileItem*, itemOrder> orderedItems;
+typedef std::vector<DesignFileItem*> orderedItems;
 
 // A text folded to ASCII lower case: the key of comparisons without regard
 // to case (compareEqualQuickly, _stricmp).
@@ -104,6 +112,12 @@ public:
     DesignFileItem* insert(DesignFileItem* item, const uint64_t* pathHash = nullptr);
     // Takes item out of the list and every index.
     void remove(DesignFileItem* item);
+    // Between the two, inserted items that do not sort after the last one
+    // are held back: they are in the path table at once, and in the list
+    // and the other indexes from endBatch on. The caller looks every item
+    // up by path before inserting it, and reads no listing in between.
+    void beginBatch() { batching = true; }
+    void endBatch();
 
     // The item whose full path equals key without regard to case, or null;
     // the first indexed where several do.
@@ -128,6 +142,10 @@ private:
     static std::string stemKey(int type, DesignFileItem* item);
     static std::string stemKey(int type, const std::string& foldedStem);
     void addToTypeIndexes(DesignFileItem* item);
+    void addToStems(DesignFileItem* item);
+    // Whether item is held back in a batch: indexed by path, not yet in the
+    // list (its place there is the list's end).
+    bool isHeldBack(const DesignFileItem* item) const { return item->listPosition == items.end(); }
     void removeFromTypeIndexes(DesignFileItem* item, int type, int category);
     // The path table: open addressing with linear probing over a power of
     // two of slots. An empty slot has no item and hash 0, a removed one no
@@ -151,4 +169,6 @@ private:
     mutable bool stemsIndexed = false;
     mutable std::unordered_map<std::string, std::vector<DesignFileItem*>> byTypeAndStem;
     std::unordered_set<DesignFileItem*> stale;
+    bool batching = false;
+    std::vector<DesignFileItem*> heldBack; // in the batch, not yet in the list
 };

@@ -114,6 +114,7 @@ void DesignWorkspace::refresh() {
     foldedHash baseHash;
     baseHash.add(base.data(), base.size());
     WIN32_FIND_DATA entry;
+    index->beginBatch(); // every entry is looked up by path before it is added
     HANDLE find = FindFirstFileA(pattern.c_str(), &entry);
     if (find != INVALID_HANDLE_VALUE) {
         do {
@@ -128,6 +129,7 @@ void DesignWorkspace::refresh() {
         } while (FindNextFileA(find, &entry));
         FindClose(find);
     }
+    index->endBatch();
 
     // Items not seen in the listing (vanished, or outside the directory):
     // look at each. One that is not found keeps its old record and type.
