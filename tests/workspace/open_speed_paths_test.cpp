@@ -123,3 +123,28 @@ TEST(OpenShortcuts, ItemsTakenOutAreNotFoundAndOthersStay) {
     EXPECT_EQ(checkedItems(ws).size(), 200u);
     expectTypeListingsFollowTheList(ws);
 }
+
+// An item's names are its directory tidied, the name appended as a path
+// component, and the two parts of that again; the item forms them without
+// tidying where that changes nothing, and must come out the same.
+TEST(OpenShortcuts, ItemNamesAreThoseOfAppendingTheName) {
+    const char* directories[] = {"Z:\\ws\\",    "Z:\\ws",          "z:/a b/ c /",  "Z:\\a\\..\\b\\.\\",
+                                 "Z:\\x...\\", "\\\\srv\\share\\d", "Z:\\\"q\"\\ ", "Z:\\"};
+    const char* names[] = {"top.sch", "a b.sch", "...", ".hidden", "x.", " lead", "tail ", "q\"x", "d1_old.g01", "\xE9t\xE9.sch"};
+    for (const char* directory : directories) {
+        for (const char* name : names) {
+            WIN32_FIND_DATA record{};
+            strncpy(record.cFileName, name, sizeof record.cFileName - 1);
+            DesignFileItem item(record, directory, nullptr);
+            pathstring expected(directory); // tidied on assignment
+            expected.tidyUp(false);
+            expected.appendComponent(name);
+            std::string base, path;
+            expected.getBase(base);
+            expected.getPath(path);
+            EXPECT_EQ(std::string(item.getFullPath()), std::string(expected)) << directory << " + " << name;
+            EXPECT_EQ(std::string(item.getBaseName()), base) << directory << " + " << name;
+            EXPECT_EQ(std::string(item.getDirectoryString()), path) << directory << " + " << name;
+        }
+    }
+}
