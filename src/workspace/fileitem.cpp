@@ -52,9 +52,7 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& 
     if (!tidiedDirectory.empty()) placeIn(tidiedDirectory);
 }
 
-// Whether appending name to a tidied directory that ends in its separator
-// would leave the name as it is: no blank, separator, colon or quote.
-static bool appendsUnchanged(const char* name) {
+bool appendsUnchanged(const char* name) {
     if (!*name) return false;
     for (const char* c = name; *c; ++c)
         if (isspace(static_cast<unsigned char>(*c)) || *c == '\\' || *c == '/' || *c == ':' || *c == '"')

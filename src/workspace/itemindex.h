@@ -58,6 +58,11 @@ typedef std::vector<DesignFileItem*> orderedItems;
 // to case (compareEqualQuickly, _stricmp).
 std::string foldCase(const std::string& text);
 
+// Whether appending name to a tidied directory that ends in its separator
+// leaves the name as it is: not empty, no blank, separator, colon or quote.
+// Such a name is appended without tidying the whole path again.
+bool appendsUnchanged(const char* name);
+
 // Whether the long-name form of the tidied path differs from the path only
 // in the case of its components (and a trailing backslash): a path with a
 // drive letter, no wildcard, and no component that the file system would

@@ -9,7 +9,6 @@
 //   5. Look-ups.
 //   6. Listings and selection.
 // Listings by type and category are in categories.cpp.
-#include <cctype>
 #include <cstring>
 
 #include "libraries/libraryitem.h"
@@ -92,16 +91,6 @@ const char* DesignWorkspace::getDirectory() { return directory.c_str(); }
 // 3. refresh
 // ---------------------------------------------------------------------------
 
-// Whether name, appended to a tidied directory, comes out as it is: no
-// separator, blank, colon or quote, which appending would change.
-static bool needsNoTidying(const char* name) {
-    if (!*name) return false;
-    for (const char* c = name; *c; ++c)
-        if (isspace(static_cast<unsigned char>(*c)) || *c == '\\' || *c == '/' || *c == ':' || *c == '"')
-            return false;
-    return true;
-}
-
 void DesignWorkspace::refresh() {
     for (fileItem* item : fileItems) static_cast<DesignFileItem*>(item)->setExists(false);
 
@@ -119,7 +108,7 @@ void DesignWorkspace::refresh() {
     if (find != INVALID_HANDLE_VALUE) {
         do {
             if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
-            if (needsNoTidying(entry.cFileName)) {
+            if (appendsUnchanged(entry.cFileName)) {
                 addDirectoryEntry(base, baseHash, entry);
                 continue;
             }
