@@ -311,7 +311,8 @@ void itemIndex::endBatch() {
 void itemIndex::remove(DesignFileItem* item) {
     if (item->index != this) return;
     if (isHeldBack(item)) {
-        heldBack.erase(std::find(heldBack.begin(), heldBack.end(), item));
+        auto it = std::find(heldBack.begin(), heldBack.end(), item);
+        if (it != heldBack.end()) heldBack.erase(it);
         removePath(item);
         stale.erase(item);
         item->index = nullptr;
