@@ -22,8 +22,10 @@
 // but punctuation such as "_" sorts after the letters there and before them
 // here), so an item that sorts after the last one is appended everywhere.
 // While refresh reads the directory, the items that do not are held back
-// and merged in one pass at its end, so that no listing makes opening
-// quadratic; the path table has them at once.
+// and merged in one pass at its end, so that no order of the listing makes
+// opening quadratic; the path table has them at once. Outside a refresh
+// (files met by a scan) an item is put in its place directly, moving the
+// pointers behind it.
 //
 // Types change when an item's find record changes and the type is
 // determined again. Items whose record changed are kept as stale until the
