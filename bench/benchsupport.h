@@ -1,17 +1,19 @@
 // What the benchmarks share: clocks and best-of-N timing, files and
-// temporary trees on the host, the `cat` and `cp` baselines, and the line
-// that prints a figure as a ratio to its baseline.
+// temporary trees on the host, the `cat` and `cp` baselines, the line that
+// prints a figure as a ratio to its baseline, and the operation that the
+// rewrite benchmarks drive.
 //
 // The machine is shared and noisy: a benchmark measures its baseline in the
-// same run, takes the best of a few runs of each, and prints ratios. These
-// helpers work on the host directly (POSIX), never through the engine, so
-// that a baseline costs what the system itself costs. Header only: every
-// bench/<name>.cpp is a program of its own.
+// same run, takes the best of a few runs of each, and prints ratios. The
+// helpers of sections 1 to 4 work on the host directly (POSIX), never
+// through the engine, so that a baseline costs what the system itself
+// costs. Header only: every bench/<name>.cpp is a program of its own.
 //
 //   1. Clocks and timing
 //   2. Files and temporary trees
 //   3. Baselines: cat and cp
 //   4. Printing a ratio
+//   5. A rewrite operation
 #pragma once
 
 #include <chrono>
@@ -27,6 +29,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
+
+#include "operations/operation.h"
+#include "paths/pathstring.h"
 
 namespace bench {
 
@@ -200,5 +205,19 @@ inline void report(const char* name, double seconds, const char* baselineName, d
     printf("%-10s %10.2f ms   %-20s %10.2f ms   ratio %.2f\n", name, seconds * 1e3, baselineName, baseline * 1e3,
            seconds / baseline);
 }
+
+// ---------------------------------------------------------------------------
+// 5. A rewrite operation
+// ---------------------------------------------------------------------------
+
+// Maps every path to its bare name, as a copy does for a neighbour.
+class bareNameOperation : public InternalFunctionObject {
+public:
+    bool dependencyFound(pathstring& path, bool, bool) override {
+        path = path.getBase();
+        return true;
+    }
+    bool acceptsItem(fileItem*) override { return true; }
+};
 
 }  // namespace bench

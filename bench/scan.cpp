@@ -59,16 +59,6 @@ static std::string makeCircuit(int i, int count, size_t size) {
     return text;
 }
 
-// Maps every path to its bare name, as a copy does for a neighbour.
-class bareNameOperation : public InternalFunctionObject {
-public:
-    bool dependencyFound(pathstring& path, bool, bool) override {
-        path = path.getBase();
-        return true;
-    }
-    bool acceptsItem(fileItem*) override { return true; }
-};
-
 int main() {
     SetTraceOutput(nullptr);
     int count = 400;
@@ -122,7 +112,7 @@ int main() {
         for (int i = 0; i < count; ++i) {
             const std::string source = ToEnginePath((dir + "/" + circuitName(i)).c_str());
             DesignFileItem* item = static_cast<DesignFileItem*>(ws->findItem(source.c_str()));
-            bareNameOperation op;
+            bench::bareNameOperation op;
             item->rewriteFile(nullptr, pathstring(source.c_str()),
                               pathstring(ToEnginePath((target + "/" + circuitName(i)).c_str()).c_str()), op);
         }

@@ -107,16 +107,6 @@ static std::string makeSchematic() {
     return text;
 }
 
-// Maps every path to its bare name, as a copy does for a neighbour.
-class bareNameOperation : public InternalFunctionObject {
-public:
-    bool dependencyFound(pathstring& path, bool, bool) override {
-        path = path.getBase();
-        return true;
-    }
-    bool acceptsItem(fileItem*) override { return true; }
-};
-
 using namespace bench;
 
 int main() {

@@ -14,7 +14,6 @@
 //   1. Gathering: the tree of dependencies.
 //   2. Text and JSON output.
 //   3. The command.
-#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -106,27 +105,6 @@ static void printNodes(const std::vector<depNode>& nodes, const std::string& ind
     }
 }
 
-// The entries of one kind that the file uses, under heading, in the style
-// of the dependency lines; nothing when there are none.
-static void printUsed(const std::vector<usedEntry>& entries, const char* kind, const char* heading) {
-    std::vector<const usedEntry*> shown;
-    size_t width = 0;
-    for (const usedEntry& entry : entries)
-        if (entry.kind == kind) {
-            shown.push_back(&entry);
-            width = std::max(width, entry.name.size());
-        }
-    if (shown.empty()) return;
-    printf("%s (%zu)\n", heading, shown.size());
-    for (size_t i = 0; i < shown.size(); ++i) {
-        const usedEntry& entry = *shown[i];
-        printf("%s %-8s %-*s  %s%s\n", i + 1 == shown.size() ? "`--" : "|--", entry.locality.c_str(),
-               static_cast<int>(width), entry.name.c_str(),
-               entry.library.empty() ? "(no library)" : entry.library.c_str(),
-               entry.parent.empty() ? "" : ("  (on " + entry.parent + ")").c_str());
-    }
-}
-
 static void writeNodes(JsonWriter& j, const std::vector<depNode>& nodes, bool deep) {
     j.beginArray();
     for (const depNode& node : nodes) {
@@ -188,12 +166,7 @@ static int runDeps(const Args& args) {
         j.field("missing", static_cast<int64_t>(missing));
         j.key("dependencies");
         writeNodes(j, nodes, deep);
-        j.key("symbols");
-        writeUsedEntries(j, used, "symbol");
-        j.key("packages");
-        writeUsedEntries(j, used, "package");
-        j.key("models");
-        writeUsedEntries(j, used, "model");
+        writeUsedEntryMembers(j, used);
         j.endObject();
         printf("\n");
     } else {
@@ -201,9 +174,7 @@ static int runDeps(const Args& args) {
         if (nodes.empty()) printf("`-- (no dependencies)\n");
         printNodes(nodes, "");
         printf("%zu file%s, %zu missing\n", total, total == 1 ? "" : "s", missing);
-        printUsed(used, "symbol", "symbols used");
-        printUsed(used, "package", "packages used");
-        printUsed(used, "model", "models used");
+        for (const char* kind : usedEntryKinds) printUsedEntries(used, kind, " used", usedEntryLayout::LocalityFirst);
     }
     return client.reports ? ExitErrors : ExitDone;
 }

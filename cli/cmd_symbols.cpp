@@ -10,10 +10,10 @@
 // the command was used wrongly or the file does not exist.
 //
 // Contents:
-//   1. Text output.
-//   2. JSON output.
+//   1. Text output of the problems (the entries are printed by the helpers
+//      shared with kelvault deps).
+//   2. JSON output of the problems.
 //   3. The command.
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -28,27 +28,6 @@ std::string iniFileArgument(const Args& args);
 // ---------------------------------------------------------------------------
 // 1. Text output
 // ---------------------------------------------------------------------------
-
-// One block of entries of kind under a heading, as a small tree:
-// "NAME  LIBRARY [locality]  (on PARENT)".
-static void printKind(const std::vector<usedEntry>& entries, const char* kind, const char* heading) {
-    std::vector<const usedEntry*> shown;
-    size_t width = 0;
-    for (const usedEntry& entry : entries)
-        if (entry.kind == kind) {
-            shown.push_back(&entry);
-            width = std::max(width, entry.name.size());
-        }
-    printf("%s (%zu)\n", heading, shown.size());
-    if (shown.empty()) printf("`-- (none)\n");
-    for (size_t i = 0; i < shown.size(); ++i) {
-        const usedEntry& entry = *shown[i];
-        const std::string library = entry.library.empty() ? "(no library)" : entry.library;
-        printf("%s %-*s  %s [%s]%s\n", i + 1 == shown.size() ? "`--" : "|--", static_cast<int>(width),
-               entry.name.c_str(), library.c_str(), entry.locality.c_str(),
-               entry.parent.empty() ? "" : ("  (on " + entry.parent + ")").c_str());
-    }
-}
 
 static void printProblems(const std::vector<scanProblem>& problems) {
     printf("problems (%zu)\n", problems.size());
@@ -93,21 +72,14 @@ static int runSymbols(const Args& args) {
         j.beginObject();
         j.field("file", hostPathOf(item->getFullPath()));
         j.field("type", std::string(item->getFileType().getFileString()));
-        j.key("symbols");
-        writeUsedEntries(j, entries, "symbol");
-        j.key("packages");
-        writeUsedEntries(j, entries, "package");
-        j.key("models");
-        writeUsedEntries(j, entries, "model");
+        writeUsedEntryMembers(j, entries);
         j.key("problems");
         writeProblems(j, client.problems);
         j.endObject();
         printf("\n");
     } else {
         printf("%s (%s)\n", hostPathOf(item->getFullPath()).c_str(), messageText(item->getFileType()).c_str());
-        printKind(entries, "symbol", "symbols");
-        printKind(entries, "package", "packages");
-        printKind(entries, "model", "models");
+        for (const char* kind : usedEntryKinds) printUsedEntries(entries, kind, "", usedEntryLayout::LocalityAfter);
         printProblems(client.problems);
     }
     return ExitDone;

@@ -26,6 +26,7 @@
 //   3. Text and JSON output.
 //   4. The command.
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -195,21 +196,19 @@ private:
         DesignFileItem* design = dynamic_cast<DesignFileItem*>(item);
         if (!design || item->isSubCategory()) return;
         const std::vector<usedEntry> entries = usedEntriesOf(*design, ws);
-        const std::pair<const char*, const char*> kinds[] = {
-            {"symbol", "Symbols used"}, {"package", "Packages used"}, {"model", "Models used"}};
-        for (const auto& kind : kinds) {
+        for (const char* kind : usedEntryKinds) {
             treeNode folder;
             folder.folder = true;
-            folder.usedKind = kind.first;
-            folder.name = kind.second;
-            for (const usedEntry& each : entries) {
-                if (each.kind != kind.first) continue;
+            folder.usedKind = kind;
+            folder.name = std::string(1, static_cast<char>(toupper(static_cast<unsigned char>(kind[0])))) + (kind + 1) +
+                          "s used";
+            for (const usedEntry* each : usedEntriesOfKind(entries, kind)) {
                 treeNode line;
                 line.entry = true;
-                line.name = each.name;
-                line.path = each.library;
-                line.locality = each.locality;
-                line.note = each.parent;
+                line.name = each->name;
+                line.path = each->library;
+                line.locality = each->locality;
+                line.note = each->parent;
                 folder.children.push_back(line);
             }
             folder.count = folder.children.size();

@@ -124,24 +124,68 @@ void problemCollector::notify(callBackRecord& record) {
     problems.push_back(problem);
 }
 
+const char* const usedEntryKinds[3] = {"symbol", "package", "model"};
+
+std::vector<const usedEntry*> usedEntriesOfKind(const std::vector<usedEntry>& entries, const char* kind,
+                                                size_t* nameWidth) {
+    std::vector<const usedEntry*> chosen;
+    size_t width = 0;
+    for (const usedEntry& entry : entries)
+        if (entry.kind == kind) {
+            chosen.push_back(&entry);
+            width = std::max(width, entry.name.size());
+        }
+    if (nameWidth) *nameWidth = width;
+    return chosen;
+}
+
+void printUsedEntries(const std::vector<usedEntry>& entries, const char* kind, const char* headingEnd,
+                      usedEntryLayout layout) {
+    size_t width = 0;
+    const std::vector<const usedEntry*> shown = usedEntriesOfKind(entries, kind, &width);
+    const bool localityFirst = layout == usedEntryLayout::LocalityFirst;
+    if (shown.empty() && localityFirst) return;
+    printf("%ss%s (%zu)\n", kind, headingEnd, shown.size());
+    if (shown.empty()) printf("`-- (none)\n");
+    for (size_t i = 0; i < shown.size(); ++i) {
+        const usedEntry& entry = *shown[i];
+        const std::string library = entry.library.empty() ? "(no library)" : entry.library;
+        const std::string parent = entry.parent.empty() ? "" : "  (on " + entry.parent + ")";
+        const char* branch = i + 1 == shown.size() ? "`--" : "|--";
+        const int column = static_cast<int>(width);
+        if (localityFirst)
+            printf("%s %-8s %-*s  %s%s\n", branch, entry.locality.c_str(), column, entry.name.c_str(), library.c_str(),
+                   parent.c_str());
+        else
+            printf("%s %-*s  %s [%s]%s\n", branch, column, entry.name.c_str(), library.c_str(), entry.locality.c_str(),
+                   parent.c_str());
+    }
+}
+
 void writeUsedEntries(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind) {
     j.beginArray();
-    for (const usedEntry& entry : entries) {
-        if (entry.kind != kind) continue;
+    for (const usedEntry* entry : usedEntriesOfKind(entries, kind)) {
         j.beginObject();
-        j.field("name", entry.name);
-        if (entry.library.empty())
+        j.field("name", entry->name);
+        if (entry->library.empty())
             j.field("library", static_cast<const char*>(nullptr));
         else
-            j.field("library", entry.library);
-        j.field("locality", entry.locality);
-        if (entry.parent.empty())
+            j.field("library", entry->library);
+        j.field("locality", entry->locality);
+        if (entry->parent.empty())
             j.field("parent", static_cast<const char*>(nullptr));
         else
-            j.field("parent", entry.parent);
+            j.field("parent", entry->parent);
         j.endObject();
     }
     j.endArray();
+}
+
+void writeUsedEntryMembers(JsonWriter& j, const std::vector<usedEntry>& entries) {
+    for (const char* kind : usedEntryKinds) {
+        j.key(std::string(kind) + "s");
+        writeUsedEntries(j, entries, kind);
+    }
 }
 
 DesignFileItem* openDesignFileForCommand(const std::string& hostFile, std::unique_ptr<workspace>& ws) {

@@ -50,10 +50,35 @@ struct usedEntry {
 // order and in the order met. Call after a scan (getFileDependencies).
 std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws);
 
+// The kinds of used entries, in the order the commands show them:
+// "symbol", "package", "model".
+extern const char* const usedEntryKinds[3];
+
+// The entries of kind, in the order met. nameWidth, when given, gets the
+// length of the longest name among them.
+std::vector<const usedEntry*> usedEntriesOfKind(const std::vector<usedEntry>& entries, const char* kind,
+                                                size_t* nameWidth = nullptr);
+
+// How printUsedEntries lays out its lines.
+enum class usedEntryLayout {
+    LocalityFirst, // "|-- local    NAME  LIBRARY  (on PARENT)"; no heading when there are none
+    LocalityAfter, // "|-- NAME  LIBRARY [local]  (on PARENT)"; "`-- (none)" when there are none
+};
+
+// Prints the entries of kind as a small tree under the heading
+// "KINDs<headingEnd> (N)", names in one column, "(no library)" where the
+// library is unknown, and the entry a symbol is drawn on as "(on PARENT)".
+void printUsedEntries(const std::vector<usedEntry>& entries, const char* kind, const char* headingEnd,
+                      usedEntryLayout layout);
+
 // The entries of kind as a JSON array of objects with name, library,
 // locality and parent (null where unknown or none).
 class JsonWriter;
 void writeUsedEntries(JsonWriter& j, const std::vector<usedEntry>& entries, const char* kind);
+
+// The members "symbols", "packages" and "models" of the JSON object being
+// written, each an array as writeUsedEntries writes it.
+void writeUsedEntryMembers(JsonWriter& j, const std::vector<usedEntry>& entries);
 
 // The design file that a command names by its host path: its directory is
 // opened as a workspace (into ws) and the file's item returned. On failure

@@ -11,37 +11,19 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <ftw.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "fuzzsupport.h"
 #include "platform/platform.h"
 
 static const size_t kMaxInput = 1024;
 
 static std::string root;
 
-static void check(bool ok, const char* what) {
-    if (!ok) {
-        fprintf(stderr, "broken rule: %s\n", what);
-        abort();
-    }
-}
-
-// Removes the fuzzer's own temporary directory at exit.
-static std::string scratch;
-static int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-static void removeScratch() {
-    if (!scratch.empty()) nftw(scratch.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
-}
-
 static void makeTree() {
-    char dir[] = "/tmp/kvfuzz-path-XXXXXX";
-    if (!mkdtemp(dir)) abort();
-    root = dir;
-    scratch = root;
-    atexit(removeScratch);
+    root = fuzzScratchDirectory("path");
     for (const char* d : {"/Dir", "/Dir/Sub", "/dir2", "/Dir/Sub/Deep"}) mkdir((root + d).c_str(), 0755);
     for (const char* f : {"/Dir/Sub/file.txt", "/Dir/FILE.TXT", "/A.b", "/dir2/x.sch", "/Dir/Sub/Deep/n.LIB"}) {
         int fd = open((root + f).c_str(), O_WRONLY | O_CREAT, 0644);

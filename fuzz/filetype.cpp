@@ -11,28 +11,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <ftw.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "fuzzsupport.h"
 #include "workspace/workspace.h"
 
 static const size_t kMaxInput = 4096;
-
-static void check(bool ok, const char* what) {
-    if (!ok) {
-        fprintf(stderr, "broken rule: %s\n", what);
-        abort();
-    }
-}
-
-static std::string scratch;
-static int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-static void removeScratch() {
-    if (!scratch.empty()) nftw(scratch.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
-}
 
 struct extensionRule {
     const char* extension;
@@ -68,12 +55,7 @@ static bool firstLineBegins(const std::string& content, const char* signature) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 1 || size > kMaxInput) return 0;
-    if (scratch.empty()) {
-        char dir[] = "/tmp/kvfuzz-type-XXXXXX";
-        if (!mkdtemp(dir)) abort();
-        scratch = dir;
-        atexit(removeScratch);
-    }
+    const std::string& scratch = fuzzScratchDirectory("type");
     const extensionRule& rule = rules[data[0] % (sizeof rules / sizeof rules[0])];
     const std::string content(reinterpret_cast<const char*>(data) + 1, size - 1);
     const std::string host = scratch + "/f." + rule.extension;

@@ -22,7 +22,7 @@
 //
 // Contents:
 //   1. Construction and destruction.
-//   2. Reading the index.
+//   2. Reading the index; the table of names.
 //   3. Look-up, release.
 #include "libraries/libraryitem.h"
 
@@ -163,7 +163,7 @@ void LibraryFileItem::generateIndexList() {
     if (!ended) baseOffset = static_cast<int32_t>(ftell(file));
     fclose(file);
     // The names go into the map once the entries are known, in file order.
-    firstEntryOfName.reserve(firstEntryOfName.size() + (indexEntries.size() - firstNew));
+    firstEntryOfName.reserve(indexEntries.size() - firstNew);
     for (size_t position = firstNew; position < indexEntries.size(); ++position) indexNames(position);
 }
 
@@ -185,6 +185,63 @@ void* LibraryFileItem::fromPool(size_t size) {
     return result;
 }
 
+// The name table: linear probing; a slot whose name is null is empty.
+
+void LibraryFileItem::nameTable::clear() {
+    std::vector<slot>().swap(slots);
+    held = 0;
+}
+
+uint32_t LibraryFileItem::nameTable::hashOf(std::string_view name) {
+    uint32_t hash = 2166136261u; // FNV-1a
+    for (unsigned char c : name) hash = (hash ^ c) * 16777619u;
+    return hash;
+}
+
+void LibraryFileItem::nameTable::grow(size_t capacity) {
+    std::vector<slot> old;
+    old.swap(slots);
+    slots.resize(capacity);
+    const size_t mask = capacity - 1;
+    for (const slot& each : old) {
+        if (!each.name) continue;
+        size_t i = each.hash & mask;
+        while (slots[i].name) i = (i + 1) & mask;
+        slots[i] = each;
+    }
+}
+
+void LibraryFileItem::nameTable::reserve(size_t names) {
+    size_t capacity = slots.empty() ? 16 : slots.size();
+    while ((held + names) * 2 > capacity) capacity *= 2;
+    if (capacity != slots.size()) grow(capacity);
+}
+
+void LibraryFileItem::nameTable::add(std::string_view name, size_t position) {
+    reserve(1);
+    const uint32_t hash = hashOf(name);
+    const size_t mask = slots.size() - 1;
+    size_t i = hash & mask;
+    for (; slots[i].name; i = (i + 1) & mask)
+        if (slots[i].hash == hash && slots[i].length == name.size() && memcmp(slots[i].name, name.data(), name.size()) == 0)
+            return; // the first entry of the name keeps it
+    slots[i].name = name.data();
+    slots[i].length = static_cast<uint32_t>(name.size());
+    slots[i].hash = hash;
+    slots[i].position = position;
+    ++held;
+}
+
+long LibraryFileItem::nameTable::find(std::string_view name) const {
+    if (slots.empty()) return -1;
+    const uint32_t hash = hashOf(name);
+    const size_t mask = slots.size() - 1;
+    for (size_t i = hash & mask; slots[i].name; i = (i + 1) & mask)
+        if (slots[i].hash == hash && slots[i].length == name.size() && memcmp(slots[i].name, name.data(), name.size()) == 0)
+            return static_cast<long>(slots[i].position);
+    return -1;
+}
+
 // Enters each single name of the entry at position into the map, unless an
 // earlier entry holds it already.
 void LibraryFileItem::indexNames(size_t position) {
@@ -193,7 +250,7 @@ void LibraryFileItem::indexNames(size_t position) {
     // names is ",a,b,": every name stands between two commas.
     const char* start = names + 1;
     for (const char* comma; (comma = strchr(start, ',')) != nullptr; start = comma + 1)
-        firstEntryOfName.emplace(std::string_view(start, static_cast<size_t>(comma - start)), position);
+        firstEntryOfName.add(std::string_view(start, static_cast<size_t>(comma - start)), position);
 }
 
 void LibraryFileItem::addIndexEntry(libraryIndexEntry* entry) {
@@ -235,8 +292,8 @@ libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFun
     // walk in file order.
     bool plain = length >= 2 && key[length - 1] == ',' && !memchr(key + 1, ',', length - 2);
     if (!plain) return linearSearch(key);
-    auto found = firstEntryOfName.find(std::string_view(key + 1, length - 2));
-    return found == firstEntryOfName.end() ? nullptr : indexEntries[found->second];
+    const long found = firstEntryOfName.find(std::string_view(key + 1, length - 2));
+    return found < 0 ? nullptr : indexEntries[static_cast<size_t>(found)];
 }
 
 static uint64_t releases = 0;

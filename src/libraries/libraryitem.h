@@ -113,9 +113,33 @@ private:
     std::vector<libraryIndexEntry*> indexEntries;
     // The first byte behind the index: entry offsets count from here.
     int32_t baseOffset = 0;
-    // Each single name to the position of its first entry. The keys point
-    // into the entries' names, which live as long as the entries.
-    std::unordered_map<std::string_view, size_t> firstEntryOfName;
+    // Each single name to the position of its first entry, by open
+    // addressing over one array: a scan asks a large library thousands of
+    // times, and a node per name would cost a cache miss per probe. The
+    // names stay in the entries, which live as long as the table.
+    class nameTable {
+    public:
+        void clear();
+        // Makes room for names more names without growing on the way.
+        void reserve(size_t names);
+        // Enters name for the entry at position unless it is held already.
+        void add(std::string_view name, size_t position);
+        // The position of name's entry, or -1.
+        long find(std::string_view name) const;
+
+    private:
+        struct slot {
+            const char* name = nullptr; // null: empty
+            uint32_t length = 0;
+            uint32_t hash = 0;
+            size_t position = 0;
+        };
+        static uint32_t hashOf(std::string_view name);
+        void grow(size_t capacity);
+        std::vector<slot> slots; // a power of two long, at most half full
+        size_t held = 0;
+    };
+    nameTable firstEntryOfName;
     // The entries read from the index and their texts, in blocks: a large
     // library has tens of thousands, and one allocation each would cost
     // more than reading them.

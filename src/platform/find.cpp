@@ -203,6 +203,32 @@ static void addName(FindState* s, const char* name) {
     s->pool.insert(s->pool.end(), name, name + strlen(name) + 1);
 }
 
+// The first 8 bytes of a name in upper case, packed so that numbers
+// compare as kvCompareNames orders (a shorter name is padded with 0, which
+// sorts first as its end does there).
+static uint64_t sortPrefix(const char* name) {
+    uint64_t key = 0;
+    int i = 0;
+    for (; i < 8 && name[i]; ++i) key = key << 8 | upperAscii(static_cast<unsigned char>(name[i]));
+    return key << (8 * (8 - i));
+}
+
+// Sorts the names of a listing into kvCompareNames order. Most names
+// differ within their first 8 bytes, which are compared as one number; only
+// names that share them are compared in full.
+static void sortNames(FindState* s) {
+    const char* pool = s->pool.data();
+    std::vector<std::pair<uint64_t, uint32_t>> keyed;
+    keyed.reserve(s->order.size());
+    for (uint32_t offset : s->order) keyed.emplace_back(sortPrefix(pool + offset), offset);
+    std::sort(keyed.begin(), keyed.end(),
+              [pool](const std::pair<uint64_t, uint32_t>& a, const std::pair<uint64_t, uint32_t>& b) {
+                  if (a.first != b.first) return a.first < b.first;
+                  return kvCompareNames(pool + a.second, pool + b.second) < 0;
+              });
+    for (size_t i = 0; i < keyed.size(); ++i) s->order[i] = keyed[i].second;
+}
+
 // Reads directory `host`, keeping the names that match. False with the last
 // error set if it cannot be read.
 static bool readListing(FindState* s, const std::string& host, const std::string& pattern, bool driveRoot) {
@@ -226,9 +252,7 @@ static bool readListing(FindState* s, const std::string& host, const std::string
         if (!strcmp(e->d_name, ".") || !strcmp(e->d_name, "..")) continue;
         if (matchWildcard(w, e->d_name)) addName(s, e->d_name);
     }
-    const char* pool = s->pool.data();
-    std::sort(s->order.begin(), s->order.end(),
-              [pool](uint32_t a, uint32_t b) { return kvCompareNames(pool + a, pool + b) < 0; });
+    sortNames(s);
     if (!driveRoot) {
         std::vector<uint32_t> dots;
         for (const char* dot : {".", ".."}) {

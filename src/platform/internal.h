@@ -92,6 +92,10 @@ struct HostFile {
 // first match in name order winning.
 HostFile kvResolve(const char* enginePath);
 HostFile kvResolvePath(const EnginePath& path);
+// The host path of an engine path spelled exactly as given, without asking
+// the disk; empty where kvResolvePath fails before asking (UNC, unmapped
+// drive, wildcards).
+std::string kvHostPathAsSpelled(const EnginePath& path);
 // The entry that a found file stands for: what a link points to, or the
 // entry itself. False for a link that points nowhere (errno set).
 bool kvStatTarget(const HostFile& file, struct statx& out);

@@ -72,6 +72,15 @@ static std::string appendRest(std::string host, const EnginePath& path, size_t f
     return host;
 }
 
+std::string kvHostPathAsSpelled(const EnginePath& path) {
+    if (path.kind != EnginePath::Drive) return std::string();
+    for (const std::string& part : path.parts)
+        if (part.find_first_of("*?") != std::string::npos) return std::string();
+    std::string root = kvDriveRoot(path.drive);
+    if (root.empty()) return std::string();
+    return appendRest(root, path, 0);
+}
+
 HostFile kvResolvePath(const EnginePath& path) {
     if (path.kind != EnginePath::Drive) return failed(ENOENT, ERROR_BAD_NETPATH);
     // Wildcards are no part of a name on Windows.

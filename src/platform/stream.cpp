@@ -284,11 +284,79 @@ static int cookieClose(void* cookie) {
 // 3. kvFopen
 // ---------------------------------------------------------------------------
 
+// A stream over fd, opened in mode m; null (fd closed) if none can be made.
+static FILE* streamOver(int fd, const StreamMode& m) {
+    StreamCookie* c = new StreamCookie;
+    c->fd = fd;
+    c->translate = m.text && m.reading && !m.writing;
+    cookie_io_functions_t functions;
+    functions.read = cookieRead;
+    functions.write = cookieWrite;
+    functions.seek = cookieSeek;
+    functions.close = cookieClose;
+    FILE* stream = fopencookie(c, m.cookieMode, functions);
+    if (!stream) {
+        int error = errno;
+        hostCloseQuietly(fd);
+        delete c;
+        kvSetErrno(error);
+        return nullptr;
+    }
+    // A stream that only reads or only writes moves the file in large
+    // blocks: fewer calls of the host, and text goes from the host to the
+    // stream's buffer in one copy.
+    if (m.reading != m.writing) {
+        c->streamBuffer.reset(new char[kStreamBufferSize]);
+        setvbuf(stream, c->streamBuffer.get(), _IOFBF, kStreamBufferSize);
+    }
+    return stream;
+}
+
+// Opening for reading: a file that is there as spelled is opened at once
+// and checked through its descriptor, so that the path is walked once
+// rather than once for a stat and again for the open. Sets settled to
+// whether that settled it (stream or error); false leaves the case-blind
+// search to the caller: the name is not there as spelled.
+static FILE* openAsSpelled(const char* path, const StreamMode& m, bool& settled) {
+    settled = false;
+    EnginePath parsed;
+    if (!kvParsePath(path, parsed) || parsed.parts.empty()) return nullptr;
+    const std::string host = kvHostPathAsSpelled(parsed);
+    if (host.empty()) return nullptr;
+    int fd = hostOpen(host.c_str(), m.flags | O_NONBLOCK, 0);
+    if (fd < 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return nullptr;
+        settled = true;
+        kvSetErrno(errno);
+        return nullptr;
+    }
+    settled = true;
+    struct statx st;
+    if (hostStat(fd, "", AT_EMPTY_PATH, KV_STATX_MASK, &st) != 0) {
+        int error = errno;
+        hostCloseQuietly(fd);
+        kvSetErrno(error);
+        return nullptr;
+    }
+    // Directories, devices and pipes do not open as files.
+    if (!S_ISREG(st.stx_mode)) {
+        hostCloseQuietly(fd);
+        kvSetError(EACCES, ERROR_ACCESS_DENIED);
+        return nullptr;
+    }
+    return streamOver(fd, m);
+}
+
 FILE* kvFopen(const char* path, const char* mode) {
     StreamMode m;
     if (!path || !parseMode(mode, m)) {
         kvSetError(EINVAL, ERROR_INVALID_PARAMETER);
         return nullptr;
+    }
+    if (!m.writing) {
+        bool settled;
+        FILE* stream = openAsSpelled(path, m, settled);
+        if (settled) return stream;
     }
     HostFile f = kvResolve(path);
     if (f.found()) {
@@ -316,28 +384,5 @@ FILE* kvFopen(const char* path, const char* mode) {
         kvSetError(errno, errno == ENOENT && !f.found() ? f.win32 : kvWin32FromErrno(errno));
         return nullptr;
     }
-    StreamCookie* c = new StreamCookie;
-    c->fd = fd;
-    c->translate = m.text && m.reading && !m.writing;
-    cookie_io_functions_t functions;
-    functions.read = cookieRead;
-    functions.write = cookieWrite;
-    functions.seek = cookieSeek;
-    functions.close = cookieClose;
-    FILE* stream = fopencookie(c, m.cookieMode, functions);
-    if (!stream) {
-        int error = errno;
-        hostCloseQuietly(fd);
-        delete c;
-        kvSetErrno(error);
-        return nullptr;
-    }
-    // A stream that only reads or only writes moves the file in large
-    // blocks: fewer calls of the host, and text goes from the host to the
-    // stream's buffer in one copy.
-    if (m.reading != m.writing) {
-        c->streamBuffer.reset(new char[kStreamBufferSize]);
-        setvbuf(stream, c->streamBuffer.get(), _IOFBF, kStreamBufferSize);
-    }
-    return stream;
+    return streamOver(fd, m);
 }

@@ -10,6 +10,7 @@
 //   7. isNetlistType.
 // Type determination is in filetype.cpp, the dependency questions in
 // fileitem_relations.cpp.
+#include <cctype>
 #include <cstring>
 
 #include "workspace/context.h"
@@ -51,18 +52,39 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& 
     if (!tidiedDirectory.empty()) placeIn(tidiedDirectory);
 }
 
+bool appendsUnchanged(const char* name) {
+    if (!*name) return false;
+    for (const char* c = name; *c; ++c)
+        if (isspace(static_cast<unsigned char>(*c)) || *c == '\\' || *c == '/' || *c == ':' || *c == '"')
+            return false;
+    return true;
+}
+
 void DesignFileItem::placeIn(const pathstring& tidiedDirectory) {
-    fullPath = tidiedDirectory;
-    fullPath.appendComponent(found.cFileName);
-    fullPath.getBase(baseName);
-    fullPath.getPath(directoryPath);
+    if (!tidiedDirectory.empty() && tidiedDirectory.back() == '\\' && appendsUnchanged(found.cFileName)) {
+        // What appendComponent, getBase and getPath would give, without
+        // tidying the whole path again: the directory, then the name.
+        const size_t nameLength = strlen(found.cFileName);
+        std::string& full = fullPath;
+        full.reserve(tidiedDirectory.size() + nameLength);
+        full.assign(tidiedDirectory).append(found.cFileName, nameLength);
+        static_cast<std::string&>(baseName).assign(found.cFileName, nameLength);
+        static_cast<std::string&>(directoryPath).assign(tidiedDirectory);
+    } else {
+        fullPath = tidiedDirectory;
+        fullPath.appendComponent(found.cFileName);
+        fullPath.getBase(baseName);
+        fullPath.getPath(directoryPath);
+    }
 
     // Locality, decided here once. A system library directory counts as
     // System even beneath the workspace, so that test comes before the
     // subdirectory test.
+    // The design workspace's own directory is compared in place, not copied.
     DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(owner);
-    const pathstring workspaceDirectory =
-        design ? design->getDirectoryString() : pathstring(std::string(owner ? owner->getDirectory() : ""));
+    pathstring otherDirectory;
+    if (!design) otherDirectory = pathstring(std::string(owner ? owner->getDirectory() : ""));
+    const pathstring& workspaceDirectory = design ? design->getDirectoryString() : otherDirectory;
     if (directoryPath.compareEqualQuickly(workspaceDirectory))
         locality = KVE_Locality::Local;
     else if (isSystemLibraryPath(directoryPath.c_str()))

@@ -16,6 +16,7 @@
 //   3. determineType and the staleness check.
 //   4. isListed.
 //   5. The flag tests and folder listings.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -74,22 +75,40 @@ struct extensionChoice {
     signatureTest signature;
 };
 
+// A text of at most 8 characters folded to lower case and packed into one
+// number (no character is 0, so texts of different lengths differ); false
+// for a longer text, which no extension of a file name equals.
+static bool extensionKey(const char* text, uint64_t& key) {
+    key = 0;
+    for (size_t i = 0; text[i]; ++i) {
+        if (i == 8) return false;
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c >= 'A' && c <= 'Z') c = static_cast<unsigned char>(c + 32);
+        key = key << 8 | c;
+    }
+    return true;
+}
+
 // The rows of the extension table whose pattern equals extension without
 // regard to case, in table order. The table is searched for every file of
 // a workspace, so its rows are grouped by folded pattern, and their
 // signatures read, once.
 static const std::vector<extensionChoice>& rowsOfExtension(const char* extension) {
-    static const std::unordered_map<std::string, std::vector<extensionChoice>> rows = [] {
-        std::unordered_map<std::string, std::vector<extensionChoice>> map;
+    static const std::unordered_map<uint64_t, std::vector<extensionChoice>> rows = [] {
+        std::unordered_map<uint64_t, std::vector<extensionChoice>> map;
         for (const fileExtensionRow& row : fileExtensionTable) {
+            uint64_t key;
+            if (!extensionKey(row.pattern, key)) continue;
             extensionChoice choice{row.type, row.signature != nullptr, {}};
             if (row.signature) choice.signature = readSignature(row.signature);
-            map[foldCase(row.pattern)].push_back(choice);
+            map[key].push_back(choice);
         }
         return map;
     }();
     static const std::vector<extensionChoice> none;
-    auto it = rows.find(foldCase(extension));
+    uint64_t key;
+    if (!extensionKey(extension, key)) return none;
+    auto it = rows.find(key);
     return it == rows.end() ? none : it->second;
 }
 

@@ -5,11 +5,10 @@
 //   1. The registry and OpenWorkspace.
 //   2. Construction and destruction.
 //   3. refresh.
-//   4. addFileItem, newItem and the long-name key of a path.
+//   4. addFileItem, newItem and the long-name form of a path.
 //   5. Look-ups.
 //   6. Listings and selection.
 // Listings by type and category are in categories.cpp.
-#include <cctype>
 #include <cstring>
 
 #include "libraries/libraryitem.h"
@@ -92,16 +91,6 @@ const char* DesignWorkspace::getDirectory() { return directory.c_str(); }
 // 3. refresh
 // ---------------------------------------------------------------------------
 
-// Whether name, appended to a tidied directory, comes out as it is: no
-// separator, blank, colon or quote, which appending would change.
-static bool needsNoTidying(const char* name) {
-    if (!*name) return false;
-    for (const char* c = name; *c; ++c)
-        if (isspace(static_cast<unsigned char>(*c)) || *c == '\\' || *c == '/' || *c == ':' || *c == '"')
-            return false;
-    return true;
-}
-
 void DesignWorkspace::refresh() {
     for (fileItem* item : fileItems) static_cast<DesignFileItem*>(item)->setExists(false);
 
@@ -111,14 +100,16 @@ void DesignWorkspace::refresh() {
     base.tidyUp(false);
     pathstring pattern(base);
     pattern.appendComponent("*");
-    const std::string foldedBase = foldCase(base);
+    foldedHash baseHash;
+    baseHash.add(base.data(), base.size());
     WIN32_FIND_DATA entry;
+    index->beginBatch(); // every entry is looked up by path before it is added
     HANDLE find = FindFirstFileA(pattern.c_str(), &entry);
     if (find != INVALID_HANDLE_VALUE) {
         do {
             if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
-            if (needsNoTidying(entry.cFileName)) {
-                addDirectoryEntry(base, foldedBase, entry);
+            if (appendsUnchanged(entry.cFileName)) {
+                addDirectoryEntry(base, baseHash, entry);
                 continue;
             }
             pathstring path(base);
@@ -127,6 +118,7 @@ void DesignWorkspace::refresh() {
         } while (FindNextFileA(find, &entry));
         FindClose(find);
     }
+    index->endBatch();
 
     // Items not seen in the listing (vanished, or outside the directory):
     // look at each. One that is not found keeps its old record and type.
@@ -177,23 +169,25 @@ bool longNameOnlyChangesCase(const pathstring& path) {
     return true;
 }
 
-// The key of a tidied path in the index: its long-name form, folded.
-static std::string longNameKey(const pathstring& path) {
+// The long-name form of a tidied path, as the index compares it (without
+// regard to case): where it can differ from the path only in case, the path
+// itself without a trailing backslash; else asked of the disk.
+static std::string longNameText(const pathstring& path) {
     if (longNameOnlyChangesCase(path)) {
-        std::string key(path);
-        if (key.size() > 3 && key.back() == '\\') key.pop_back();
-        return foldCase(key);
+        std::string text(path);
+        if (text.size() > 3 && text.back() == '\\') text.pop_back();
+        return text;
     }
     std::string longName;
     path.getLFN(longName);
-    return foldCase(longName);
+    return longName;
 }
 
 // The work of addItem for a directory entry, without forming and tidying
 // the path: it is the directory followed by the name.
-void DesignWorkspace::addDirectoryEntry(const pathstring& base, const std::string& foldedBase,
+void DesignWorkspace::addDirectoryEntry(const pathstring& base, const foldedHash& baseHash,
                                         const WIN32_FIND_DATA& entry) {
-    std::string key = foldedBase + foldCase(entry.cFileName);
+    const pathKey key = pathKey::of(base, baseHash, entry.cFileName);
     if (DesignFileItem* item = index->findByPath(key)) {
         item->setFindData(entry);
         item->setExists(true);
@@ -202,7 +196,7 @@ void DesignWorkspace::addDirectoryEntry(const pathstring& base, const std::strin
     DesignFileItem* created = new DesignFileItem(entry, base, this);
     created->setExists(!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY));
     created->determineType();
-    if (DesignFileItem* equal = index->insert(created, std::move(key))) {
+    if (DesignFileItem* equal = index->insert(created, &key.hash)) {
         delete created;
         equal->setFindData(entry);
     }
@@ -240,10 +234,13 @@ fileItem* DesignWorkspace::addFileItem(const char* path, const WIN32_FIND_DATA* 
     return addItem(pathstring(path), found, false);
 }
 
-DesignFileItem* DesignWorkspace::lookUp(const pathstring& path) { return index->findByPath(longNameKey(path)); }
+DesignFileItem* DesignWorkspace::lookUp(const pathstring& path) {
+    const std::string text = longNameText(path);
+    return index->findByPath(pathKey::of(text));
+}
 
 fileItem* DesignWorkspace::addItem(const pathstring& path, const WIN32_FIND_DATA* found, bool longName) {
-    DesignFileItem* item = longName ? index->findByPath(foldCase(path)) : lookUp(path);
+    DesignFileItem* item = longName ? index->findByPath(pathKey::of(path)) : lookUp(path);
     if (item) {
         if (found) {
             item->setFindData(*found);

@@ -37,6 +37,7 @@
 
 class callBack;
 struct copyOptions;
+class foldedHash;
 class itemIndex;
 class workspace;
 
@@ -187,8 +188,8 @@ private:
     // in long-name form (a directory entry of this workspace).
     fileItem* addItem(const pathstring& path, const WIN32_FIND_DATA* found, bool longName);
     // refresh's addFileItem for an entry of the directory (tidied, with
-    // foldedDirectory its key) whose name needs no tidying.
-    void addDirectoryEntry(const pathstring& directory, const std::string& foldedDirectory,
+    // directoryHash its hash) whose name needs no tidying.
+    void addDirectoryEntry(const pathstring& directory, const foldedHash& directoryHash,
                            const WIN32_FIND_DATA& entry);
     // A new item (a LibraryFileItem when library) of longPath, tidied and in
     // long-name form, typed, not yet in any list. found, when given, is its

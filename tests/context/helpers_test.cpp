@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "libraries/configuration.h"
+#include "support/guards.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 
@@ -74,20 +75,10 @@ protected:
     void SetUp() override {
         writeFile(dir.host("ctx.ini"), "[TARNEL]\nLIBPATH=c:\\a;c:\\b\n[Other]\nK1=1\nK2=2\n");
         ini = dir.engine("ctx.ini");
-        const char* old = getenv("KVENG_WINDIR");
-        if (old) savedWindir = old, hadWindir = true;
-        setenv("KVENG_WINDIR", dir.host().c_str(), 1);
-    }
-    void TearDown() override {
-        if (hadWindir)
-            setenv("KVENG_WINDIR", savedWindir.c_str(), 1);
-        else
-            unsetenv("KVENG_WINDIR");
     }
     TempDir dir;
+    EnvGuard windir{"KVENG_WINDIR", dir.host().c_str()};
     std::string ini;
-    std::string savedWindir;
-    bool hadWindir = false;
     char buffer[256];
 };
 

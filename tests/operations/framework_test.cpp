@@ -64,6 +64,12 @@ protected:
     }
     void TearDown() override { delete ws; }
     fileItem* item(const char* name) { return ws->findItem((dir.engine("ws") + "\\" + name).c_str()); }
+    // Runs an operation of class Op to destination on workspace w, to its end.
+    template <typename Op>
+    void run(const std::string& destination, DesignWorkspace* w) {
+        Op op(&client, destination.c_str(), &options, w);
+        op.execute();
+    }
 
     TempDir dir;
     DesignWorkspace* ws = nullptr;
@@ -89,18 +95,9 @@ TEST_F(Framework, CopySendsBeginAndFinishWithTheirTexts) {
 
 TEST_F(Framework, EachOperationHasItsOwnBeginAndFinish) {
     std::string archive = dir.engine("a.ma");
-    {
-        IFOmove op(&client, target.c_str(), &options, ws);
-        op.execute();
-    }
-    {
-        IFOarchive op(&client, archive.c_str(), &options, ws);
-        op.execute();
-    }
-    {
-        IFOrestore op(&client, archive.c_str(), &options, ws);
-        op.execute();
-    }
+    run<IFOmove>(target, ws);
+    run<IFOarchive>(archive, ws);
+    run<IFOrestore>(archive, ws);
     EXPECT_EQ(client.actions(), (Actions{KVE_callBackAction::BeginningMove, KVE_callBackAction::FinishedMove,
                                          KVE_callBackAction::BeginningArchive, KVE_callBackAction::FinishedArchive,
                                          KVE_callBackAction::BeginningRestore, KVE_callBackAction::FinishedRestore}));
@@ -132,10 +129,7 @@ TEST_F(Framework, CancelToTheFinishChangesNothing) {
 }
 
 TEST_F(Framework, NullWorkspaceRunsNothingButStillFinishes) {
-    {
-        IFOcopy op(&client, target.c_str(), &options, nullptr);
-        op.execute();
-    }
+    run<IFOcopy>(target, nullptr);
     EXPECT_EQ(client.actions(), Actions{KVE_callBackAction::FinishedCopy});
 }
 

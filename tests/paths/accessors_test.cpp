@@ -108,12 +108,6 @@ TEST(PathParts, EveryAccessorInEveryForm) {
     }
 }
 
-TEST(PathParts, ByValueFormIsNotTidied) {
-    pathstring p = raw("C:/a//b/ x.y");
-    EXPECT_EQ("C:/a//b/", static_cast<const std::string&>(p.getPath()));
-    EXPECT_EQ(" x.y", static_cast<const std::string&>(p.getBase()));
-}
-
 TEST(PathParts, IntoTheStringItself) {
     pathstring p = raw("C:\\dir\\name.ext");
     p.getBase(p);

@@ -87,9 +87,8 @@ TEST(StringTable, OrderedUniqueAndNonEmpty) {
 }
 
 TEST(StringTable, FileTypeMessagesWithoutRowsExist) {
+    // That they have texts follows from the count of the last test.
     char buffer[512];
-    for (UINT id : {1069u, 1106u, 1122u, 1126u, 1127u, 1136u})
-        EXPECT_GT(LoadStringA(moduleHandle, id, buffer, sizeof buffer), 0) << id;
     std::set<int> used;
     for (int v = 0; v < 136; ++v) used.insert(KVE_fileTypeEnum(v).getMessageID());
     for (UINT id = 1001; id <= 1142; ++id) {

@@ -56,20 +56,12 @@ using Engine = scanFixture;
 TEST_F(Engine, LongLineIsRewrittenAsPiecesOf1023) {
     const std::string longLine = "*" + std::string(1499, 'x');
     open({{"m.lib", longLine + "\n.INC \"a.inc\"\n"}});
-    DesignFileItem* lib = item("m.lib");
-    copyLikeOperation op(dir.engine(), dir.engine("out"), dir.engine());
-    pathstring(dir.engine("out").c_str()).createDirectory();
-    ASSERT_TRUE(lib->rewriteFile(nullptr, pathstring(lib->getFullPath()), pathstring(dir.engine("out/m.lib").c_str()), op));
-    EXPECT_EQ(readFile(dir.host("out/m.lib")),
-              longLine.substr(0, 1023) + "\n" + longLine.substr(1023) + "\n.INC \"a.inc\"\n");
+    EXPECT_EQ(rewrite("m.lib", "out/m.lib"), longLine.substr(0, 1023) + "\n" + longLine.substr(1023) + "\n.INC \"a.inc\"\n");
 }
 
 TEST_F(Engine, CrLfAndLoneCarriageReturns) {
     open({{"m.lib", "* one\r\n* two\rgone\n* three\r\r\n.INC x.inc\r\n"}});
-    DesignFileItem* lib = item("m.lib");
-    copyLikeOperation op(dir.engine(), dir.engine(), dir.engine());
-    ASSERT_TRUE(lib->rewriteFile(nullptr, pathstring(lib->getFullPath()), pathstring(dir.engine("n.lib").c_str()), op));
-    EXPECT_EQ(readFile(dir.host("n.lib")), "* one\n* two\n* three\n.INC \"x.inc\"\n");
+    EXPECT_EQ(rewrite("m.lib", "n.lib"), "* one\n* two\n* three\n.INC \"x.inc\"\n");
 }
 
 // ---------------------------------------------------------------------------
@@ -84,20 +76,25 @@ TEST_F(Engine, RewriteOfATypeWithoutReferencesTouchesNothing) {
     EXPECT_FALSE(fileExists(dir.host("copy.txt")));
 }
 
-TEST_F(Engine, InPlaceRewriteReplacesTheSourceAndRemovesItsTemporaryFile) {
-    open({{"a.cir", ".INC sub\\x.inc\n.END\n"}});
-    DesignFileItem* a = item("a.cir");
+// Rewrites a's file in place into target, from the test directory as the
+// current one; no temporary file may stay behind.
+static void rewriteInPlace(const TempDir& dir, DesignFileItem* a, const std::string& target) {
     copyLikeOperation op(dir.engine(), dir.engine(), dir.engine());
     char saved[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, saved);
     SetCurrentDirectoryA(dir.engine().c_str());
-    const pathstring path(a->getFullPath());
+    const pathstring path(dir.engine(target).c_str());
     EXPECT_TRUE(a->rewriteFile(nullptr, path, path, op));
     SetCurrentDirectoryA(saved);
-    // sub\x.inc does not lie directly in the target: it stays a full path.
-    EXPECT_EQ(readFile(dir.host("a.cir")), "* a.cir\n.INC \"" + dir.engine("sub\\x.inc") + "\"\n.END\n");
     for (const auto& entry : std::filesystem::directory_iterator(dir.host()))
         EXPECT_EQ(entry.path().filename().string().find("_KV_TMP_"), std::string::npos) << entry.path();
+}
+
+TEST_F(Engine, InPlaceRewriteReplacesTheSourceAndRemovesItsTemporaryFile) {
+    open({{"a.cir", ".INC sub\\x.inc\n.END\n"}});
+    rewriteInPlace(dir, item("a.cir"), "a.cir");
+    // sub\x.inc does not lie directly in the target: it stays a full path.
+    EXPECT_EQ(readFile(dir.host("a.cir")), "* a.cir\n.INC \"" + dir.engine("sub\\x.inc") + "\"\n.END\n");
 }
 
 // Kept deliberately: the in-place rewrite of a file that cannot be read
@@ -106,16 +103,8 @@ TEST_F(Engine, InPlaceRewriteWithAnUnreadableInputLeavesTheSourceUntouched) {
     open({{"a.cir", ".INC x.inc\n"}, {"b.cir", "keep me\n"}});
     DesignFileItem* a = item("a.cir");
     unlink(dir.host("a.cir").c_str()); // the item still believes in it
-    copyLikeOperation op(dir.engine(), dir.engine(), dir.engine());
-    char saved[MAX_PATH];
-    GetCurrentDirectoryA(MAX_PATH, saved);
-    SetCurrentDirectoryA(dir.engine().c_str());
-    const pathstring other(dir.engine("b.cir").c_str());
-    EXPECT_TRUE(a->rewriteFile(nullptr, other, other, op));
-    SetCurrentDirectoryA(saved);
+    rewriteInPlace(dir, a, "b.cir");
     EXPECT_EQ(readFile(dir.host("b.cir")), "keep me\n");
-    for (const auto& entry : std::filesystem::directory_iterator(dir.host()))
-        EXPECT_EQ(entry.path().filename().string().find("_KV_TMP_"), std::string::npos) << entry.path();
 }
 
 // Records the problems reported to it.
@@ -144,14 +133,11 @@ TEST_F(Engine, OutputThatCannotBeOpenedIsReportedAndStillCountsAsDone) {
 
 TEST_F(Engine, EveryRewrittenCircuitGetsItsHeaderAndTheCountEndsAtZero) {
     open({{"a.cir", "* a\n"}, {"b.cir", "* b\n"}});
-    copyLikeOperation op(dir.engine(), dir.engine(), dir.engine());
     item("a.cir")->getFileDependencies(nullptr);
     EXPECT_EQ(getScanContext().circuitLineCount, 0) << "after a scan";
-    for (const char* name : {"a.cir", "b.cir", "a.cir"}) {
-        ASSERT_TRUE(item(name)->rewriteFile(nullptr, pathstring(dir.engine(name).c_str()),
-                                            pathstring(dir.engine(std::string("out_") + name).c_str()), op));
+    for (const std::string name : {"a.cir", "b.cir", "a.cir"}) {
+        EXPECT_EQ(rewrite(name, "out_" + name).substr(0, 8), "* " + name + "\n");
         EXPECT_EQ(getScanContext().circuitLineCount, 0);
-        EXPECT_EQ(readFile(dir.host(std::string("out_") + name)).substr(0, 8), std::string("* ") + name + "\n");
     }
 }
 
@@ -209,10 +195,7 @@ TEST_F(Engine, HostileFilesGiveAResultAndReturn) {
         DesignFileItem* each = item(name);
         each->getFileDependencies(nullptr);
         EXPECT_TRUE(each->isScanCurrent()) << name;
-        copyLikeOperation op(dir.engine(), dir.engine("out"), dir.engine());
-        pathstring(dir.engine("out").c_str()).createDirectory();
-        EXPECT_TRUE(each->rewriteFile(nullptr, pathstring(each->getFullPath()),
-                                      pathstring(dir.engine(std::string("out/") + name).c_str()), op));
+        rewrite(name, std::string("out/") + name);
     }
     // The 5000-character path comes in pieces of 1023: the first piece is
     // the directive, with an unterminated quote.

@@ -89,15 +89,12 @@ using Formats = scanFixture;
 
 TEST_F(Formats, DefaultLibraryIsReplacedByTheLocalizedModelLibraries) {
     open({{"a.cir", ".LIB\n.LIB nom.lib keep\n.LIB other.lib\n"}});
-    DesignFileItem* a = item("a.cir");
-    copyLikeOperation op(dir.engine(), dir.engine(), dir.engine());
-    op.giveModelLibraries = true;
-    op.modelLibraries = {"first.lib", "second.lib"};
-    ASSERT_TRUE(a->rewriteFile(nullptr, pathstring(a->getFullPath()), pathstring(dir.engine("b.cir").c_str()), op));
-    EXPECT_EQ(readFile(dir.host("b.cir")),
+    const std::vector<std::string> libraries{"first.lib", "second.lib"};
+    std::vector<std::string> found;
+    EXPECT_EQ(rewrite("a.cir", "b.cir", &found, &libraries),
               "* a.cir\n.LIB \"first.lib\"\n.LIB \"second.lib\"\n.LIB \"first.lib\"\n.LIB \"second.lib\"\n"
               ".LIB \"other.lib\"\n");
-    EXPECT_EQ(op.found, (std::vector<std::string>{"", "nom.lib", dir.engine("other.lib")}))
+    EXPECT_EQ(found, (std::vector<std::string>{"", "nom.lib", dir.engine("other.lib")}))
         << "the default library is reported under its bare name, others resolved";
 }
 

@@ -16,19 +16,6 @@
 // Helpers
 // ---------------------------------------------------------------------------
 
-// The text of a symbol or package library: an index with one line per
-// entry (names field, offset, size) and then the entries' texts.
-static std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
-    std::string index = "@INDEX\n", bodies;
-    char line[512];
-    for (const auto& entry : entries) {
-        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", entry.first.c_str(), bodies.size(), entry.second.size());
-        index += line;
-        bodies += entry.second;
-    }
-    return index + bodies;
-}
-
 // A symbol's text whose package is package (none when empty), with the
 // views given (lines "name=value").
 static std::string symbolText(const std::string& name, const std::string& package, const std::string& views = "") {
@@ -78,19 +65,152 @@ protected:
     static bool holds(const std::vector<std::string>& names, const std::string& name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     }
+    // Checks names, joined by blanks, against expected unless it is null.
+    static void expectJoined(const char* expected, const std::vector<std::string>& names, const char* what) {
+        if (!expected) return;
+        std::string text;
+        for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
+        EXPECT_EQ(text, expected) << what;
+    }
     LibraryFileItem* libraryItem(const std::string& relative) {
         DesignWorkspace* design = dynamic_cast<DesignWorkspace*>(ws.get());
         return design ? dynamic_cast<LibraryFileItem*>(design->findLibraryItem(dir.engine(relative).c_str())) : nullptr;
     }
-    // Scans relative with client and returns the item.
-    DesignFileItem* scan(const std::string& relative, recordingClient& client) {
+    // Scans relative, telling client, and returns the item.
+    DesignFileItem* scan(const std::string& relative) {
         DesignFileItem* scanned = item(relative);
         if (scanned) scanned->getFileDependencies(&client);
         return scanned;
     }
+    // The details of the CannotFindSymbol reports, in order.
+    std::vector<std::string> missing() const {
+        std::vector<std::string> reported;
+        for (size_t i = 0; i < client.actions.size(); ++i)
+            if (client.actions[i] == KVE_callBackAction::CannotFindSymbol) reported.push_back(client.details[i]);
+        return reported;
+    }
 
     std::unique_ptr<LibraryPathScope> scope;
+    recordingClient client;
 };
+
+// ---------------------------------------------------------------------------
+// What one scan records
+// ---------------------------------------------------------------------------
+
+// A schematic design/top.sch scanned against its own libraries and those
+// of the configuration, and what the scan must record.
+struct resolutionRow {
+    const char* what;
+    const char* configured;                                   // a part library line, or null
+    std::vector<std::pair<std::string, std::string>> system;  // files below syslib/
+    std::vector<std::pair<std::string, std::string>> design;  // files below design/
+    std::vector<std::string> symbols, packages;               // "NAME library-base-name"
+    const char* missing;     // CannotFindSymbol details joined by blanks; null: not checked
+    const char* files;       // base names of the file dependencies, joined; null: not checked
+    const char* systemFiles; // the same for the system dependencies
+    const char* holds;       // a base name among either list; null: none
+};
+
+static const std::string kParts = "\"parts\"  [.slb]\n", kPartsAndPackages = "\"parts\"  [.slb,.plb]\n";
+
+static const resolutionRow resolutionRows[] = {
+    {"the libraries of the section are searched in their order", nullptr, {},
+     {{"top.sch", schematic("\"first\"  [.slb]\n\"second\"  [.slb]\n", "part 1 Q 0 0 h\npart 2 D 0 0 h\n")},
+      {"first.slb", libraryText({{"d", symbolText("d", "")}})},
+      {"second.slb", libraryText({{"q", symbolText("q", "")}, {"d", symbolText("d", "")}})}},
+     {"Q second.slb", "D first.slb"}, {}, "", nullptr, nullptr, nullptr},
+    // A library beside the schematic that the schematic does not name.
+    {"without a library section only the configuration is searched", "std [.SLB]",
+     {{"std.slb", libraryText({{"r", symbolText("r", "")}})}},
+     {{"top.sch", schematic("", "part 1 R 10 10 h\n")}, {"stray.slb", libraryText({{"r", symbolText("r", "")}})}},
+     {"R std.slb"}, {}, "", "", "std.slb", nullptr},
+    // A second name of the same entry is a record of its own.
+    {"one record per symbol whatever the case or the number of uses", nullptr, {},
+     {{"top.sch", schematic(kParts, "part 1 R 10 10 h\npart 2 R 20 10 h\npart 3 r 30 10 h\npart 4 Res 40 10 h\n")},
+      {"parts.slb", libraryText({{"r,res", symbolText("r", "")}})}},
+     {"R parts.slb", "Res parts.slb"}, {}, "", "parts.slb", nullptr, nullptr},
+    // Once per name, without regard to case; the line may still name a file.
+    {"a missing symbol is reported once", nullptr, {},
+     {{"top.sch", schematic(kParts, "part 1 GHOST 0 0 h\npart 2 ghost 0 0 h\npart 3 block 0 0 h filename=sub\\block.sch\n")},
+      {"parts.slb", libraryText({{"r", symbolText("r", "")}})},
+      {"sub/block.sch", "*version 9.10\n"}},
+     {}, {}, "GHOST block", nullptr, nullptr, "block.sch"},
+    // "r" finds its first entry, which has no parent: the walk ends there.
+    {"all parents of a symbol are recorded", nullptr, {},
+     {{"top.sch", schematic(kParts, "part 1 R_SMD 0 0 h\n")},
+      {"parts.slb", libraryText({{"r_base", symbolText("r_base", "")}, {"r", symbolText("r", "")},
+                                 {"r_smd:r", symbolText("r_smd", "")}, {"r:r_base", symbolText("r2", "")}})}},
+     {"R_SMD parts.slb", "r parts.slb"}, {}, "", nullptr, nullptr, nullptr},
+    {"a chain of three parents is walked to its root", nullptr, {},
+     {{"top.sch", schematic(kParts, "part 1 LED_RED 0 0 h\n")},
+      {"parts.slb", libraryText({{"led_red:led", symbolText("led_red", "")}, {"led:diode", symbolText("led", "")},
+                                 {"diode:twopin", symbolText("diode", "")}, {"twopin", symbolText("twopin", "")}})}},
+     {"LED_RED parts.slb", "led parts.slb", "diode parts.slb", "twopin parts.slb"}, {}, "", nullptr, nullptr, nullptr},
+    // A loop is no missing parent.
+    {"a loop of parents ends", nullptr, {},
+     {{"top.sch", schematic(kPartsAndPackages, "part 1 A 0 0 h\npart 2 SELF 0 0 h\n")},
+      {"parts.slb", libraryText({{"a:b", symbolText("a", "")}, {"b:c", symbolText("b", "")},
+                                 {"c:A", symbolText("c", "")}, {"self:self", symbolText("self", "")}})},
+      {"parts.plb", libraryText({{"p1:p2", packageText("p1")}})}},
+     {"A parts.slb", "b parts.slb", "c parts.slb", "SELF parts.slb"}, {}, "", nullptr, nullptr, nullptr},
+    {"a loop of package parents ends", "std [.PLB]",
+     {{"std.plb", libraryText({{"p1:p2", packageText("p1")}, {"p2:p1", packageText("p2")}})}},
+     {{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=P1\n")}},
+     {}, {"P1 std.plb", "p2 std.plb"}, "", nullptr, nullptr, nullptr},
+    // The symbol stays.
+    {"a missing parent is reported and ends the walk", nullptr, {},
+     {{"top.sch", schematic(kParts, "part 1 X 0 0 h\n")},
+      {"parts.slb", libraryText({{"x:ghost", symbolText("x", "")}, {"y:x", symbolText("y", "")}})}},
+     {"X parts.slb"}, {}, "ghost", "parts.slb", nullptr, nullptr},
+    {"a missing package parent ends the walk too", "std [.PLB]",
+     {{"std.plb", libraryText({{"dip8:dipbase", packageText("dip8")}})}},
+     {{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}},
+     {}, {"DIP8 std.plb"}, "dipbase", nullptr, nullptr, nullptr},
+    // Lower-cased from the symbol's text; the package's own parents are not
+    // walked from here.
+    {"the package comes from the package library beside the symbol library", nullptr, {},
+     {{"top.sch", schematic(kPartsAndPackages, "part 1 U1 0 0 h\npart 2 C 0 0 h\n")},
+      {"parts.slb", libraryText({{"u1", symbolText("u1", "SO8")}, {"c", "*symbol c\na 0 sp 11 0 10 20 hcn 100 PART=ck05\n"}})},
+      {"parts.plb", libraryText({{"so8:smd", packageText("so8")}, {"smd", packageText("smd")},
+                                 {"ck05", packageText("ck05")}})}},
+     {"U1 parts.slb", "C parts.slb"}, {"so8 parts.plb", "ck05 parts.plb"}, "", nullptr, nullptr, "parts.plb"},
+    {"a package found only in the configuration is recorded without a dependency", "std [.PLB]",
+     {{"std.plb", libraryText({{"dip8", packageText("dip8")}})}},
+     {{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}},
+     {}, {"DIP8 std.plb"}, "", "", "", nullptr},
+    // COMPONENT= in capitals only, and it wins over a file name on its line.
+    {"COMPONENT is seen with its case only and wins over a file name", "std [.PLB]",
+     {{"std.plb", libraryText({{"dip8", packageText("dip8")}})}},
+     {{"top.sch", schematic("", "a 0 x 0 0 0 0 hln 100 component=DIP8 filename=one.txt\n"
+                                "a 0 x 0 0 0 0 hln 100 COMPONENT=DIP8 filename=two.txt\n")}},
+     {}, {"DIP8 std.plb"}, "", "one.txt", nullptr, nullptr},
+};
+
+class ResolutionRows : public Resolution, public ::testing::WithParamInterface<resolutionRow> {};
+
+TEST_P(ResolutionRows, ScanRecordsItsSymbolsPackagesAndReports) {
+    const resolutionRow& row = GetParam();
+    for (const auto& file : row.system) writeFile(dir.host("syslib/" + file.first), file.second);
+    if (row.configured) configure({row.configured});
+    std::vector<std::pair<std::string, std::string>> files;
+    for (const auto& file : row.design) files.push_back({"design/" + file.first, file.second});
+    open(files, "design");
+    DesignFileItem* top = scan("design/top.sch");
+    ASSERT_TRUE(top);
+    EXPECT_EQ(usages(top->getUsedSymbols()), row.symbols);
+    EXPECT_EQ(usages(top->getUsedPackages()), row.packages);
+    expectJoined(row.missing, missing(), "missing");
+    const std::vector<std::string> plain = names(top->getFileDependencies(nullptr));
+    const std::vector<std::string> system = names(top->getSystemDependencies(nullptr));
+    expectJoined(row.files, plain, "files");
+    expectJoined(row.systemFiles, system, "system files");
+    if (!row.holds) return;
+    EXPECT_TRUE(holds(plain, row.holds) || holds(system, row.holds)) << row.holds;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, ResolutionRows, ::testing::ValuesIn(resolutionRows),
+                         [](const ::testing::TestParamInfo<resolutionRow>& info) { return testName(info.param.what); });
 
 // ---------------------------------------------------------------------------
 // Where symbols are looked for
@@ -99,11 +219,10 @@ protected:
 TEST_F(Resolution, ASymbolOfTheFilesOwnLibraryIsNotLookedForInTheConfiguration) {
     writeFile(dir.host("syslib/std.slb"), libraryText({{"r", symbolText("r", "")}}));
     configure({"std [.SLB]"});
-    open({{"design/top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R 10 10 h\n")},
+    open({{"design/top.sch", schematic(kParts, "part 1 R 10 10 h\n")},
           {"design/parts.slb", libraryText({{"r,res", symbolText("r", "")}})}},
          "design");
-    recordingClient client;
-    DesignFileItem* top = scan("design/top.sch", client);
+    DesignFileItem* top = scan("design/top.sch");
     EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
     EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "parts.slb"));
     EXPECT_FALSE(holds(names(top->getSystemDependencies(nullptr)), "std.slb"));
@@ -112,71 +231,20 @@ TEST_F(Resolution, ASymbolOfTheFilesOwnLibraryIsNotLookedForInTheConfiguration) 
     EXPECT_TRUE(configured->getIndexEntries().empty()) << "the configured library was not even read";
 }
 
-TEST_F(Resolution, WithoutALibrarySectionOnlyTheConfigurationIsSearched) {
-    writeFile(dir.host("syslib/std.slb"), libraryText({{"r", symbolText("r", "")}}));
-    configure({"std [.SLB]"});
-    // A library beside the schematic that the schematic does not name.
-    open({{"design/top.sch", schematic("", "part 1 R 10 10 h\n")},
-          {"design/stray.slb", libraryText({{"r", symbolText("r", "")}})}},
-         "design");
-    recordingClient client;
-    DesignFileItem* top = scan("design/top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R std.slb"});
-    EXPECT_EQ(names(top->getSystemDependencies(nullptr)), std::vector<std::string>{"std.slb"});
-    EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "stray.slb"));
-}
-
-TEST_F(Resolution, TheLibrariesOfTheSectionAreSearchedInTheirOrder) {
-    open({{"top.sch", schematic("\"first\"  [.slb]\n\"second\"  [.slb]\n", "part 1 Q 0 0 h\npart 2 D 0 0 h\n")},
-          {"first.slb", libraryText({{"d", symbolText("d", "")}})},
-          {"second.slb", libraryText({{"q", symbolText("q", "")}, {"d", symbolText("d", "")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"Q second.slb", "D first.slb"}));
-}
-
-TEST_F(Resolution, OneRecordPerSymbolWhateverTheCaseOrTheNumberOfUses) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n",
-                                "part 1 R 10 10 h\npart 2 R 20 10 h\npart 3 r 30 10 h\npart 4 Res 40 10 h\n")},
-          {"parts.slb", libraryText({{"r,res", symbolText("r", "")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"R parts.slb", "Res parts.slb"}))
-        << "a second name of the same entry is a record of its own";
-    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"parts.slb"});
-}
-
-TEST_F(Resolution, AMissingSymbolIsReportedOnceAndTheLineMayNameAFile) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 GHOST 0 0 h\npart 2 ghost 0 0 h\n"
-                                                         "part 3 block 0 0 h filename=sub\\block.sch\n")},
-          {"parts.slb", libraryText({{"r", symbolText("r", "")}})},
-          {"sub/block.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_TRUE(top->getUsedSymbols().empty());
-    std::vector<std::string> reported;
-    for (size_t i = 0; i < client.actions.size(); ++i)
-        if (client.actions[i] == KVE_callBackAction::CannotFindSymbol) reported.push_back(client.details[i]);
-    EXPECT_EQ(reported, (std::vector<std::string>{"GHOST", "block"})) << "once per name, without regard to case";
-    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "block.sch"));
-}
-
 TEST_F(Resolution, ACancelAtAMissingSymbolEndsTheFile) {
     open({{"top.sch", schematic("", "part 1 GHOST 0 0 h\na 0 a 0 0 0 0 hln 100 filename=later.txt\n")},
           {"later.txt", "x\n"}});
-    recordingClient client;
     client.cancelOn = KVE_callBackAction::CannotFindSymbol;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(client.actions, std::vector<int>{KVE_callBackAction::CannotFindSymbol});
     EXPECT_TRUE(top->getFileDependencies(nullptr).empty()) << "nothing after the cancelled line is read";
 }
 
 TEST_F(Resolution, APortIsResolvedButHasNoPackageAndNoFile) {
-    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "port 1 GND 0 0 h\nport 2 VCC 0 0 h filename=x.sch\n")},
+    open({{"top.sch", schematic(kPartsAndPackages, "port 1 GND 0 0 h\nport 2 VCC 0 0 h filename=x.sch\n")},
           {"parts.slb", libraryText({{"gnd", symbolText("gnd", "TP1")}})},
           {"parts.plb", libraryText({{"tp1", packageText("tp1")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"GND parts.slb"});
     EXPECT_TRUE(top->getUsedPackages().empty());
     EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "x.sch")) << "a port line is no file reference";
@@ -184,11 +252,10 @@ TEST_F(Resolution, APortIsResolvedButHasNoPackageAndNoFile) {
 }
 
 TEST_F(Resolution, ResultsThrownAwayAreFoundAgainByTheNextScan) {
-    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 0 0 h\npart 2 C 0 0 h\npart 3 r 0 0 h\n")},
+    open({{"top.sch", schematic(kPartsAndPackages, "part 1 R 0 0 h\npart 2 C 0 0 h\npart 3 r 0 0 h\n")},
           {"parts.slb", libraryText({{"r", symbolText("r", "RC05")}, {"c:r", symbolText("c", "RC05")}})},
           {"parts.plb", libraryText({{"rc05", packageText("rc05")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     // C's parent r is R, recorded already.
     const std::vector<std::string> symbols{"R parts.slb", "C parts.slb"};
     ASSERT_EQ(usages(top->getUsedSymbols()), symbols);
@@ -203,84 +270,6 @@ TEST_F(Resolution, ResultsThrownAwayAreFoundAgainByTheNextScan) {
 }
 
 // ---------------------------------------------------------------------------
-// Parents
-// ---------------------------------------------------------------------------
-
-TEST_F(Resolution, AllParentsOfASymbolAreRecorded) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R_SMD 0 0 h\n")},
-          {"parts.slb", libraryText({{"r_base", symbolText("r_base", "")},
-                                     {"r", symbolText("r", "")},
-                                     {"r_smd:r", symbolText("r_smd", "")},
-                                     {"r:r_base", symbolText("r2", "")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    // "r" finds its first entry, which has no parent: the walk ends there.
-    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"R_SMD parts.slb", "r parts.slb"}));
-    EXPECT_EQ(std::count(client.actions.begin(), client.actions.end(),
-                         static_cast<int>(KVE_callBackAction::CannotFindSymbol)),
-              0);
-}
-
-TEST_F(Resolution, AChainOfThreeParentsIsWalkedToItsRoot) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 LED_RED 0 0 h\n")},
-          {"parts.slb", libraryText({{"led_red:led", symbolText("led_red", "")},
-                                     {"led:diode", symbolText("led", "")},
-                                     {"diode:twopin", symbolText("diode", "")},
-                                     {"twopin", symbolText("twopin", "")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()), (std::vector<std::string>{"LED_RED parts.slb", "led parts.slb",
-                                                                        "diode parts.slb", "twopin parts.slb"}));
-}
-
-TEST_F(Resolution, ALoopOfParentsEnds) {
-    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 A 0 0 h\npart 2 SELF 0 0 h\n")},
-          {"parts.slb", libraryText({{"a:b", symbolText("a", "")},
-                                     {"b:c", symbolText("b", "")},
-                                     {"c:A", symbolText("c", "")},
-                                     {"self:self", symbolText("self", "")}})},
-          {"parts.plb", libraryText({{"p1:p2", packageText("p1")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()),
-              (std::vector<std::string>{"A parts.slb", "b parts.slb", "c parts.slb", "SELF parts.slb"}));
-    EXPECT_EQ(std::count(client.actions.begin(), client.actions.end(),
-                         static_cast<int>(KVE_callBackAction::CannotFindSymbol)),
-              0)
-        << "a loop is no missing parent";
-}
-
-TEST_F(Resolution, ALoopOfPackageParentsEnds) {
-    writeFile(dir.host("syslib/std.plb"), libraryText({{"p1:p2", packageText("p1")}, {"p2:p1", packageText("p2")}}));
-    configure({"std [.PLB]"});
-    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=P1\n")}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"P1 std.plb", "p2 std.plb"}));
-}
-
-TEST_F(Resolution, AMissingParentIsReportedAndEndsTheWalk) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 X 0 0 h\n")},
-          {"parts.slb", libraryText({{"x:ghost", symbolText("x", "")}, {"y:x", symbolText("y", "")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"X parts.slb"}) << "the symbol stays";
-    ASSERT_EQ(client.details.back(), "ghost");
-    EXPECT_EQ(client.actions.back(), KVE_callBackAction::CannotFindSymbol);
-    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"parts.slb"});
-}
-
-TEST_F(Resolution, AMissingPackageParentEndsTheWalkToo) {
-    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8:dipbase", packageText("dip8")}}));
-    configure({"std [.PLB]"});
-    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
-    EXPECT_EQ(client.details.back(), "dipbase");
-}
-
-// ---------------------------------------------------------------------------
 // Views and packages of a symbol
 // ---------------------------------------------------------------------------
 
@@ -291,8 +280,7 @@ TEST_F(Resolution, TheViewsOfASymbolAreRecordedRelativeToItsLibrary) {
           {"lib/filter_impl.sch", "*version 9.10\n"},
           {"lib/models/filter.lib", "* models\n"}},
          "design");
-    recordingClient client;
-    DesignFileItem* top = scan("design/top.sch", client);
+    DesignFileItem* top = scan("design/top.sch");
     const std::vector<std::string> files = names(top->getFileDependencies(nullptr));
     EXPECT_TRUE(holds(files, "filter_impl.sch"));
     EXPECT_TRUE(holds(files, "filter.lib"));
@@ -330,8 +318,7 @@ TEST_F(Resolution, ManyLibrariesInOneScanAreAllReadAndClosedAfterIt) {
     files.push_back({"top.sch", schematic(section, parts + parts)});
     open(files);
     const int before = openDescriptors();
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(openDescriptors(), before) << "no library stays open after the scan";
     EXPECT_EQ(top->getUsedSymbols().size(), 20u);
     const std::vector<std::string> found = names(top->getFileDependencies(nullptr));
@@ -346,34 +333,18 @@ TEST_F(Resolution, ManyLibrariesInOneScanAreAllReadAndClosedAfterIt) {
 }
 
 TEST_F(Resolution, ViewsInCapitalsAreNotFollowed) {
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 F 0 0 h\n")},
+    open({{"top.sch", schematic(kParts, "part 1 F 0 0 h\n")},
           {"parts.slb", libraryText({{"f", "*symbol f\n@VIEWS\nschematic=impl\n"}})},
           {"impl.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_FALSE(holds(names(top->getFileDependencies(nullptr)), "impl.sch"));
-}
-
-TEST_F(Resolution, ThePackageComesFromThePackageLibraryBesideTheSymbolLibrary) {
-    open({{"top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 U1 0 0 h\npart 2 C 0 0 h\n")},
-          {"parts.slb", libraryText({{"u1", symbolText("u1", "SO8")},
-                                     {"c", "*symbol c\na 0 sp 11 0 10 20 hcn 100 PART=ck05\n"}})},
-          {"parts.plb", libraryText({{"so8:smd", packageText("so8")}, {"smd", packageText("smd")},
-                                     {"ck05", packageText("ck05")}})}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"so8 parts.plb", "ck05 parts.plb"}))
-        << "lower-cased from the symbol's text; the package's own parents are not walked from here";
-    EXPECT_TRUE(holds(names(top->getFileDependencies(nullptr)), "parts.plb"));
+    EXPECT_FALSE(holds(names(scan("top.sch")->getFileDependencies(nullptr)), "impl.sch"));
 }
 
 TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) {
-    // The second entry claims more bytes than the file holds.
+    // The entry claims more bytes than the file holds.
     std::string text = libraryText({{"r", symbolText("r", "")}});
     text.replace(text.find("symloc r 00000000 "), 26, "symloc r 00000000 00099999");
-    open({{"top.sch", schematic("\"parts\"  [.slb]\n", "part 1 R 0 0 h\n")}, {"parts.slb", text}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    open({{"top.sch", schematic(kParts, "part 1 R 0 0 h\n")}, {"parts.slb", text}});
+    DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
     EXPECT_NE(std::find(client.actions.begin(), client.actions.end(),
                         static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
@@ -390,24 +361,12 @@ TEST_F(Resolution, AComponentBeforeAnyPartUsesTheLibraryThatTheLastPassLeft) {
     configure({"std [.SLB,.PLB]"});
     open({{"a.sch", schematic("", "part 1 OPAMP 0 0 h\n")},
           {"b.sch", "*version 9.10\na 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n*page 1\n"}});
-    recordingClient client;
-    scan("a.sch", client);
+    scan("a.sch");
     EXPECT_EQ(std::string(getScanContext().currentSymbolLibrary), dir.engine("syslib\\std.slb"));
-    DesignFileItem* b = scan("b.sch", client);
+    DesignFileItem* b = scan("b.sch");
     EXPECT_EQ(usages(b->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
     EXPECT_EQ(names(b->getFileDependencies(nullptr)), std::vector<std::string>{}) << "std.plb is a system file";
     EXPECT_EQ(names(b->getSystemDependencies(nullptr)), std::vector<std::string>{"std.plb"});
-}
-
-TEST_F(Resolution, APackageFoundOnlyInTheConfigurationIsRecordedWithoutADependency) {
-    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8", packageText("dip8")}}));
-    configure({"std [.PLB]"});
-    open({{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
-    EXPECT_TRUE(top->getFileDependencies(nullptr).empty());
-    EXPECT_TRUE(top->getSystemDependencies(nullptr).empty());
 }
 
 TEST_F(Resolution, AnEmptyPartAttributeNamesThePackageOfTheLastPart) {
@@ -415,22 +374,10 @@ TEST_F(Resolution, AnEmptyPartAttributeNamesThePackageOfTheLastPart) {
     writeFile(dir.host("syslib/std.plb"), libraryText({{"lm358", packageText("lm358")}}));
     configure({"std [.SLB,.PLB]"});
     open({{"top.sch", schematic("", "part 1 LM358 0 0 h\na 0 sp 0 0 0 10 hlb 100 PART=\n")}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"LM358 std.plb"});
     EXPECT_TRUE(holds(names(top->getSystemDependencies(nullptr)), "std.plb"));
     EXPECT_EQ(std::string(getScanContext().lastPartName), "LM358");
-}
-
-TEST_F(Resolution, ComponentIsSeenWithItsCaseOnlyAndWinsOverAFileName) {
-    writeFile(dir.host("syslib/std.plb"), libraryText({{"dip8", packageText("dip8")}}));
-    configure({"std [.PLB]"});
-    open({{"top.sch", schematic("", "a 0 x 0 0 0 0 hln 100 component=DIP8 filename=one.txt\n"
-                                    "a 0 x 0 0 0 0 hln 100 COMPONENT=DIP8 filename=two.txt\n")}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
-    EXPECT_EQ(names(top->getFileDependencies(nullptr)), std::vector<std::string>{"one.txt"});
-    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"DIP8 std.plb"});
 }
 
 // ---------------------------------------------------------------------------
@@ -438,40 +385,34 @@ TEST_F(Resolution, ComponentIsSeenWithItsCaseOnlyAndWinsOverAFileName) {
 // ---------------------------------------------------------------------------
 
 TEST_F(Resolution, AFixUpLooksNothingUp) {
-    const std::string text = schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 10 10 h\nport 2 GND 0 0 h\n"
-                                                                   "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n");
+    const std::string text = schematic(kPartsAndPackages, "part 1 R 10 10 h\nport 2 GND 0 0 h\n"
+                                                          "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n");
     open({{"src/top.sch", text},
           {"src/parts.slb", libraryText({{"r", symbolText("r", "RC05")}, {"gnd", symbolText("gnd", "")}})},
           {"src/parts.plb", libraryText({{"rc05", packageText("rc05")}})}},
          "src");
-    DesignFileItem* top = item("src/top.sch");
-    copyLikeOperation op(dir.engine("src"), dir.engine("dst"), dir.engine("src"));
-    pathstring(dir.engine("dst").c_str()).createDirectory();
-    ASSERT_TRUE(top->rewriteFile(nullptr, pathstring(top->getFullPath()), pathstring(dir.engine("dst/top.sch").c_str()), op));
-    EXPECT_EQ(op.found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb")}))
+    std::vector<std::string> found;
+    EXPECT_EQ(rewrite("src/top.sch", "dst/top.sch", &found), text);
+    EXPECT_EQ(found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb")}))
         << "only the library lines, no symbol and no package";
-    EXPECT_EQ(readFile(dir.host("dst/top.sch")), text);
     ASSERT_TRUE(libraryItem("src/parts.slb"));
     EXPECT_TRUE(libraryItem("src/parts.slb")->getIndexEntries().empty()) << "no index was read";
-    EXPECT_TRUE(top->getUsedSymbols().empty());
+    EXPECT_TRUE(item("src/top.sch")->getUsedSymbols().empty());
 }
 
 TEST_F(Resolution, AFixUpAfterAScanReportsTheRecordedPackage) {
-    open({{"src/top.sch", schematic("\"parts\"  [.slb,.plb]\n", "part 1 R 10 10 h\n"
-                                                                "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n"
-                                                                "a 0 ap 9 0 15 0 hln 100 COMPONENT=NEW\n")},
+    open({{"src/top.sch", schematic(kPartsAndPackages, "part 1 R 10 10 h\n"
+                                                       "a 0 ap 9 0 15 0 hln 100 COMPONENT=RC05\n"
+                                                       "a 0 ap 9 0 15 0 hln 100 COMPONENT=NEW\n")},
           {"src/parts.slb", libraryText({{"r", symbolText("r", "RC05")}})},
           {"src/parts.plb", libraryText({{"rc05", packageText("rc05")}, {"new", packageText("new")}})}},
          "src");
-    recordingClient client;
-    DesignFileItem* top = scan("src/top.sch", client);
-    ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"})
+    ASSERT_EQ(usages(scan("src/top.sch")->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"})
         << "recorded under the name the symbol's text gives, lower-cased";
-    copyLikeOperation op(dir.engine("src"), dir.engine("dst"), dir.engine("src"));
-    pathstring(dir.engine("dst").c_str()).createDirectory();
-    ASSERT_TRUE(top->rewriteFile(nullptr, pathstring(top->getFullPath()), pathstring(dir.engine("dst/top.sch").c_str()), op));
-    EXPECT_EQ(op.found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb"),
-                                                  dir.engine("src\\parts.plb")}))
+    std::vector<std::string> found;
+    rewrite("src/top.sch", "dst/top.sch", &found);
+    EXPECT_EQ(found, (std::vector<std::string>{dir.engine("src\\parts.slb"), dir.engine("src\\parts.plb"),
+                                               dir.engine("src\\parts.plb")}))
         << "the recorded RC05 names its library; NEW, never scanned, names none";
 }
 
@@ -492,8 +433,7 @@ TEST_F(Resolution, EveryUseOfASymbolLeavesItsTracesThoughItsTextIsReadOnce) {
           {"parts.slb", libraryText({{"r", symbolText("r", "RC05", "schematic=sub\n")}, {"c", symbolText("c", "CK05")}})},
           {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"ck05", packageText("ck05")}})},
           {"sub.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     // The section registers each library twice (as a found file and as a
     // library); then every part whose package is found beside its symbol
     // registers the package library twice more, the third R as the first.
@@ -513,8 +453,7 @@ TEST_F(Resolution, WhatOneScanKeptIsNotTakenIntoTheNext) {
           {"parts.plb", libraryText({{"rc05", packageText("rc05")}, {"rc06", packageText("rc06")}})},
           {"one.sch", "*version 9.10\n"},
           {"two.sch", "*version 9.10\n"}});
-    recordingClient client;
-    DesignFileItem* top = scan("top.sch", client);
+    DesignFileItem* top = scan("top.sch");
     ASSERT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
     ASSERT_TRUE(holds(names(top->getFileDependencies(nullptr)), "one.sch"));
 

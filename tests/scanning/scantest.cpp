@@ -1,10 +1,12 @@
 // Helpers of the scanning tests (scantest.h).
 #include "scanning/scantest.h"
 
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <sstream>
 
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
@@ -77,6 +79,20 @@ std::list<std::string>* copyLikeOperation::getModelLibraryPaths() {
     return new std::list<std::string>(modelLibraries.begin(), modelLibraries.end());
 }
 
+std::string testName(const std::string& description) {
+    std::string name;
+    bool start = true;
+    for (char c : description) {
+        if (!isalnum(static_cast<unsigned char>(c))) {
+            start = true;
+            continue;
+        }
+        name += start ? static_cast<char>(toupper(static_cast<unsigned char>(c))) : c;
+        start = false;
+    }
+    return name;
+}
+
 std::string localityName(const KVE_Locality& locality) {
     switch (locality.value()) {
     case KVE_Locality::Local: return "Local";
@@ -141,4 +157,71 @@ void scanFixture::touchAndRefresh(const std::string& relative, long seconds) {
     struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
     utimensat(AT_FDCWD, dir.host(relative).c_str(), times, 0);
     ws->refresh();
+}
+
+std::string scanFixture::rewrite(const std::string& from, const std::string& to, std::vector<std::string>* found,
+                                 const std::vector<std::string>* modelLibraries) {
+    auto directoryOf = [&](const std::string& path) {
+        const size_t slash = path.rfind('/');
+        return slash == std::string::npos ? dir.engine() : dir.engine(path.substr(0, slash));
+    };
+    DesignFileItem* file = item(from);
+    if (!file) return "";
+    pathstring(directoryOf(to).c_str()).createDirectory();
+    copyLikeOperation op(directoryOf(from), directoryOf(to), directoryOf(from));
+    if (modelLibraries) op.giveModelLibraries = true, op.modelLibraries = *modelLibraries;
+    EXPECT_TRUE(file->rewriteFile(nullptr, pathstring(file->getFullPath()), pathstring(dir.engine(to).c_str()), op))
+        << from;
+    if (found) *found = op.found;
+    return readFile(dir.host(to));
+}
+
+std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::string index = "@INDEX\n", bodies;
+    char line[512];
+    for (const auto& entry : entries) {
+        snprintf(line, sizeof line, "symloc %s %08zu %08zu\n", entry.first.c_str(), bodies.size(), entry.second.size());
+        index += line;
+        bodies += entry.second;
+    }
+    return index + bodies;
+}
+
+std::vector<indexLine> indexLines(const std::string& text, const std::string& keyword) {
+    std::vector<indexLine> lines;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.compare(0, keyword.size(), keyword) != 0) continue;
+        std::istringstream fields(line.substr(keyword.size()));
+        indexLine each;
+        fields >> each.name >> each.offset >> each.size;
+        lines.push_back(each);
+    }
+    return lines;
+}
+
+std::vector<long> lineStarts(const std::string& text, const std::vector<std::string>& prefixes) {
+    std::vector<long> starts;
+    for (size_t at = 0; at < text.size();) {
+        for (const std::string& prefix : prefixes)
+            if (text.compare(at, prefix.size(), prefix) == 0) starts.push_back(static_cast<long>(at));
+        const size_t lf = text.find('\n', at);
+        if (lf == std::string::npos) break;
+        at = lf + 1;
+    }
+    return starts;
+}
+
+void expectTrueIndex(const std::string& text, const std::string& keyword, const std::vector<std::string>& blocks,
+                     int count) {
+    const std::vector<indexLine> index = indexLines(text, keyword);
+    const std::vector<long> starts = lineStarts(text, blocks);
+    ASSERT_EQ(index.size(), count < 0 ? index.size() : static_cast<size_t>(count)) << text;
+    ASSERT_EQ(starts.size(), index.size()) << text;
+    for (size_t k = 0; k < index.size(); ++k) {
+        const long end = k + 1 < starts.size() ? starts[k + 1] : static_cast<long>(text.size());
+        EXPECT_EQ(starts[0] + index[k].offset - index[0].offset, starts[k]) << "offset of " << index[k].name;
+        EXPECT_EQ(index[k].size, end - starts[k]) << "size of " << index[k].name;
+    }
 }

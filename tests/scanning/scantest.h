@@ -1,6 +1,6 @@
 // Helpers of the scanning tests: a design tree on disk with its library
-// path, an operation that maps paths the way a copy does, and a client
-// that records what it is told.
+// path, an operation that maps paths the way a copy does, a client that
+// records what it is told, and the read-back of a block index.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -78,6 +78,10 @@ private:
 // "package NAME LIBRARY".
 std::string describeScan(DesignFileItem& item, const std::string& root);
 
+// A test name made of a description: its letters and digits, each word
+// capitalised ("a loop ends" -> "ALoopEnds").
+std::string testName(const std::string& description);
+
 // The name of a locality value ("Local", "Local_subdir", ...).
 std::string localityName(const KVE_Locality& locality);
 
@@ -94,7 +98,39 @@ protected:
     // Reads the directory again after files changed, with a new time on
     // relative so that its stamp changes even within one second.
     void touchAndRefresh(const std::string& relative, long seconds);
+    // Rewrites the file from into to (both below the test directory)
+    // through a copyLikeOperation from from's directory to to's, which is
+    // made first; the rewrite must report success. Returns the output. The
+    // paths the operation was told go to found; modelLibraries, when
+    // given, stand for a default model library.
+    std::string rewrite(const std::string& from, const std::string& to, std::vector<std::string>* found = nullptr,
+                        const std::vector<std::string>* modelLibraries = nullptr);
 
     TempDir dir;
     std::unique_ptr<workspace> ws;
 };
+
+// The text of a symbol or package library: an index with one true line per
+// entry (names field, offset, size), then the entries' texts.
+std::string libraryText(const std::vector<std::pair<std::string, std::string>>& entries);
+
+// One line of a block index, "symloc NAME OFFSET SIZE" or "pageloc PAGE
+// OFFSET SIZE": its first field and its numbers.
+struct indexLine {
+    std::string name;
+    long offset = 0, size = 0;
+};
+
+// The lines of text that begin with keyword ("symloc ", "pageloc "), in order.
+std::vector<indexLine> indexLines(const std::string& text, const std::string& keyword);
+
+// The positions of the lines of text that begin with one of prefixes.
+std::vector<long> lineStarts(const std::string& text, const std::vector<std::string>& prefixes);
+
+// Checks that the index of text is true: the k-th keyword line, counted
+// from the first one's offset, points at the k-th block (a line beginning
+// with one of blocks) and its size runs to the next block, the last to the
+// end of the text. count: the number of both, or -1 for "as many as there
+// are index lines".
+void expectTrueIndex(const std::string& text, const std::string& keyword, const std::vector<std::string>& blocks,
+                     int count = -1);

@@ -27,9 +27,6 @@ TEST(CallBackStatus, SingleBitsFindTheirRows) {
         EXPECT_EQ(s.getIndex(), i);
         EXPECT_STREQ(s.getFileString(), names[i]);
     }
-    KVE_callBackStatus overwrite(8);
-    EXPECT_EQ(overwrite.getIndex(), 3);
-    EXPECT_STREQ(overwrite.getFileString(), "Overwrite");
 }
 
 TEST(CallBackStatus, AnythingButASingleBitIsTheInvalidRow) {
@@ -254,41 +251,41 @@ static std::string formed(const callBackRecord& r) {
     return text;
 }
 
-TEST(FormingMessages, EveryPlaceholderTakesItsField) {
-    // Between them these actions name %1 to %9.
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::OtherFileGoingHere)),
-              "This operation is trying to copy both 'Z:\\c\\other.sch' and 'Z:\\a\\src.sch' to 'dst.sch' in 'Z:\\b\\'");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::NumberOfFilesToProcess)), "Processing file 3 of 12");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::CannotFindSymbol)), "Cannot Find Symbol 'U1' in 'src.sch'");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::CopyingFileWithRename)),
-              "Copying 'src.sch' to 'Z:\\b\\' as 'dst.sch'");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::SearchingLibrary)), "Searching Library 'other.sch'");
-}
-
-TEST(FormingMessages, MissingFieldsAreEmptyAndNumbersDecimal) {
-    callBackRecord r;
-    r.action = KVE_callBackAction::OtherFileGoingHere;
-    EXPECT_EQ(formed(r), "This operation is trying to copy both '' and '' to '' in ''");
-    r.action = KVE_callBackAction::NumberOfFilesToProcess;
-    r.fileNumber = -1;
-    r.fileCount = 2147483647;
-    EXPECT_EQ(formed(r), "Processing file -1 of 2147483647");
-    r.action = KVE_callBackAction::BeginningCopy;
-    EXPECT_EQ(formed(r), "Beginning copy operation - ''");
-}
-
-TEST(FormingMessages, TextsInTheFieldsAreNotExpandedAgain) {
-    callBackRecord r = fullRecord(KVE_callBackAction::CopyingFile);
-    r.sourceName = "100%1 %%.sch";
-    r.targetDir = "%4";
-    EXPECT_EQ(formed(r), "Copying '100%1 %%.sch' to '%4'");
-}
-
-TEST(FormingMessages, MessagesWithoutPlaceholdersStandAsTheyAre) {
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::SimulationMayBeStale)),
-              "Simulation results not current - model references to 'U1' not copied");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::BeginningRestore)), "Beginning restore operation");
-    EXPECT_EQ(formed(fullRecord(KVE_callBackAction::invalid)), "Invalid");
+TEST(FormingMessages, Table) {
+    callBackRecord empty;
+    empty.fileNumber = -1;
+    empty.fileCount = 2147483647;
+    callBackRecord percent = fullRecord(KVE_callBackAction::CopyingFile);
+    percent.sourceName = "100%1 %%.sch";
+    percent.targetDir = "%4";
+    auto with = [](callBackRecord r, int action) {
+        r.action = action;
+        return r;
+    };
+    const struct {
+        callBackRecord record;
+        const char* expected;
+    } rows[] = {
+        // Between them these actions name %1 to %9.
+        {fullRecord(KVE_callBackAction::OtherFileGoingHere),
+         "This operation is trying to copy both 'Z:\\c\\other.sch' and 'Z:\\a\\src.sch' to 'dst.sch' in 'Z:\\b\\'"},
+        {fullRecord(KVE_callBackAction::NumberOfFilesToProcess), "Processing file 3 of 12"},
+        {fullRecord(KVE_callBackAction::CannotFindSymbol), "Cannot Find Symbol 'U1' in 'src.sch'"},
+        {fullRecord(KVE_callBackAction::CopyingFileWithRename), "Copying 'src.sch' to 'Z:\\b\\' as 'dst.sch'"},
+        {fullRecord(KVE_callBackAction::SearchingLibrary), "Searching Library 'other.sch'"},
+        // Missing fields are empty, numbers decimal.
+        {with(empty, KVE_callBackAction::OtherFileGoingHere), "This operation is trying to copy both '' and '' to '' in ''"},
+        {with(empty, KVE_callBackAction::NumberOfFilesToProcess), "Processing file -1 of 2147483647"},
+        {with(empty, KVE_callBackAction::BeginningCopy), "Beginning copy operation - ''"},
+        // Texts in the fields are not expanded again.
+        {percent, "Copying '100%1 %%.sch' to '%4'"},
+        // Messages without placeholders stand as they are.
+        {fullRecord(KVE_callBackAction::SimulationMayBeStale),
+         "Simulation results not current - model references to 'U1' not copied"},
+        {fullRecord(KVE_callBackAction::BeginningRestore), "Beginning restore operation"},
+        {fullRecord(KVE_callBackAction::invalid), "Invalid"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(formed(row.record), row.expected) << row.record.action.getFileString();
 }
 
 // ---------------------------------------------------------------------------
