@@ -354,6 +354,14 @@ int _unlink(const char* path);
 // set on failure.
 FILE* kvFopen(const char* path, const char* mode);
 
+// fread(buffer, 1, size, stream), except that it may return fewer than
+// size characters before the end (0 only at the end or on an error, which
+// ferror then tells). A stream of kvFopen that only reads, and whose own
+// buffer holds nothing, is read straight into buffer (text translated
+// there), so that a caller with a large buffer of its own has each byte
+// copied once.
+size_t kvFreadBlock(FILE* stream, char* buffer, size_t size);
+
 // ---------------------------------------------------------------------------
 // 10. Engine helpers
 // ---------------------------------------------------------------------------

@@ -19,13 +19,18 @@
 //
 // A stream that only reads or only writes has a buffer of 64 KB; text is
 // read from the host straight into it and translated in place.
+// kvFreadBlock reads a stream that only reads past that buffer, straight
+// into the caller's, while the buffer holds nothing: a reader that keeps a
+// buffer of its own (the line engine's) then has each byte copied once.
 //
 //   1. Modes
 //   2. The cookie: binary and text reading, writing, seeking, closing
 //   3. kvFopen
+//   4. kvFreadBlock
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/hostcalls.h"
@@ -92,6 +97,8 @@ static const size_t kStreamBufferSize = 1 << 16;
 
 struct StreamCookie {
     int fd = -1;
+    FILE* stream = nullptr;  // the stream it serves
+    bool readOnly = false;   // opened to read only
     bool translate = false;  // CR LF to LF on reading
     // Text reading: raw bytes read ahead, and where the reader stands.
     std::vector<char> raw;
@@ -268,10 +275,17 @@ static int cookieSeek(void* cookie, off64_t* offset, int whence) {
     return 0;
 }
 
+// The cookies of the open streams, by stream, for kvFreadBlock.
+static std::unordered_map<FILE*, StreamCookie*>& openStreams() {
+    static auto* streams = new std::unordered_map<FILE*, StreamCookie*>;  // never destroyed: usable during exit
+    return *streams;
+}
+
 // Fails if the close fails, and also if any write of the stream failed, so
 // that fclose tells the caller that the file is not what was written.
 static int cookieClose(void* cookie) {
     StreamCookie* c = static_cast<StreamCookie*>(cookie);
+    openStreams().erase(c->stream);
     int result = hostClose(c->fd);
     int error = result == 0 ? c->writeError : errno;
     delete c;
@@ -302,6 +316,9 @@ static FILE* streamOver(int fd, const StreamMode& m) {
         kvSetErrno(error);
         return nullptr;
     }
+    c->stream = stream;
+    c->readOnly = m.reading && !m.writing;
+    openStreams()[stream] = c;
     // A stream that only reads or only writes moves the file in large
     // blocks: fewer calls of the host, and text goes from the host to the
     // stream's buffer in one copy.
@@ -385,4 +402,27 @@ FILE* kvFopen(const char* path, const char* mode) {
         return nullptr;
     }
     return streamOver(fd, m);
+}
+
+// ---------------------------------------------------------------------------
+// 4. kvFreadBlock
+// ---------------------------------------------------------------------------
+
+size_t kvFreadBlock(FILE* stream, char* buffer, size_t size) {
+    auto known = openStreams().find(stream);
+    StreamCookie* c = known == openStreams().end() ? nullptr : known->second;
+    // Past glibc's buffer only when it holds nothing, not even a byte given
+    // back by ungetc (which keeps an area of its own once used).
+    if (!c || !c->readOnly || size == 0 || stream->_IO_read_ptr != stream->_IO_read_end || stream->_IO_save_base)
+        return fread(buffer, 1, size, stream);
+    const ssize_t n = c->translate ? readText(c, buffer, size) : hostRead(c->fd, buffer, size);
+    // glibc's idea of the file position is no longer true: it must ask the
+    // cookie (ftell, fseek) rather than count.
+    stream->_offset = -1;
+    if (n < 0) {
+        stream->_flags |= _IO_ERR_SEEN;
+        return 0;
+    }
+    if (n == 0) stream->_flags |= _IO_EOF_SEEN;
+    return static_cast<size_t>(n);
 }

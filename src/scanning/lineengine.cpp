@@ -69,8 +69,7 @@ bool readScanLine(FILE* in, char* line) {
 // line feed, at most scanLineSize - 1 characters, the rest at the end.
 //
 // Each read asks for a whole block behind the partial line kept from the
-// last: a request at least as large as the stream's own buffer (64 KB for
-// kvFopen's) goes from the file straight into this buffer, rather than
+// last; kvFreadBlock puts it there straight from the file, rather than
 // through the stream's buffer and a second copy.
 namespace {
 const size_t passBlockSize = 1 << 16;
@@ -150,7 +149,7 @@ bool readPassLineStartingWith(FILE* in, char* line, const char* firsts, int& ski
             memmove(r.buffer.data(), start, available);
             r.position = 0;
             r.length = available;
-            const size_t got = fread(r.buffer.data() + available, 1, r.buffer.size() - available, in);
+            const size_t got = kvFreadBlock(in, r.buffer.data() + available, r.buffer.size() - available);
             r.length += got;
             if (got == 0) r.end = true;
             continue;

@@ -4,8 +4,10 @@
 //      readScanLine, and the filtered reader the same lines minus those
 //      it passes over: at the edges of its 64 KB blocks, with CR LF and
 //      lone CRs there, long lines, NUL bytes and no final line feed.
+//      kvFreadBlock, which fills its blocks, gives what fread gives.
 //   2. The scan span: the current directory, library searches and missing
 //      model indexes are kept only while one scan (or one closure) runs.
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -144,6 +146,69 @@ TEST(PassReader, AgreesWithTheReferenceOnRandomText) {
         }
         expectSameLines(dir, content, "round " + std::to_string(round));
     }
+}
+
+// Everything kvFreadBlock gives from stream until its end.
+static std::string readBlocks(FILE* stream, size_t size) {
+    std::string text;
+    std::vector<char> buffer(size);
+    for (size_t got; (got = kvFreadBlock(stream, buffer.data(), buffer.size())) > 0;) text.append(buffer.data(), got);
+    return text;
+}
+
+TEST(FreadBlock, GivesWhatFreadGivesAroundOtherReads) {
+    TempDir dir;
+    std::string content;
+    for (int n = 0; n < 20000; ++n) content += n % 7 ? "R1 n1 n2 1k\r\n" : "lone\rcr\n";
+    writeFile(dir.host("a.cir"), content);
+    const std::string path = dir.engine("a.cir");
+    for (const char* mode : {"rt", "rb", "r+t"}) {
+        // The reference: fgets of one line, then fread to the end.
+        FILE* plain = kvFopen(path.c_str(), mode);
+        ASSERT_NE(plain, nullptr);
+        char line[100];
+        ASSERT_NE(fgets(line, sizeof line, plain), nullptr);
+        std::string expected = line;
+        std::vector<char> buffer(1 << 17);
+        for (size_t got; (got = fread(buffer.data(), 1, buffer.size(), plain)) > 0;) expected.append(buffer.data(), got);
+        fclose(plain);
+
+        // The same with blocks: the first comes from the stream's buffer,
+        // the others straight from the file.
+        FILE* in = kvFopen(path.c_str(), mode);
+        ASSERT_NE(in, nullptr);
+        ASSERT_NE(fgets(line, sizeof line, in), nullptr);
+        std::string text = line + readBlocks(in, 70000);
+        EXPECT_EQ(text, expected) << mode;
+        EXPECT_TRUE(feof(in)) << mode;
+        EXPECT_FALSE(ferror(in)) << mode;
+        EXPECT_EQ(ftell(in), static_cast<long>(expected.size())) << mode;
+        fclose(in);
+    }
+}
+
+TEST(FreadBlock, KeepsPositionsAndGivenBackBytes) {
+    TempDir dir;
+    writeFile(dir.host("a.cir"), std::string(100000, 'a') + "\r\nEND\r\n");
+    FILE* in = kvFopen(dir.engine("a.cir").c_str(), "rt");
+    ASSERT_NE(in, nullptr);
+    std::vector<char> buffer(1 << 16);
+    ASSERT_EQ(kvFreadBlock(in, buffer.data(), buffer.size()), buffer.size());
+    EXPECT_EQ(ftell(in), 1L << 16) << "the stream counts what was read past its buffer";
+    ASSERT_EQ(ungetc('X', in), 'X');
+    EXPECT_EQ(readBlocks(in, 1000), "X" + std::string(100000 - (1 << 16), 'a') + "\nEND\n");
+    ASSERT_EQ(fseek(in, 99998, SEEK_SET), 0);
+    char line[16];
+    ASSERT_NE(fgets(line, sizeof line, in), nullptr);
+    EXPECT_STREQ(line, "aa\n");
+    fclose(in);
+
+    // A stream that is not one of kvFopen's is read as fread reads it.
+    char memory[] = "one\r\ntwo";
+    FILE* other = fmemopen(memory, strlen(memory), "r");
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(readBlocks(other, 1 << 16), "one\r\ntwo");
+    fclose(other);
 }
 
 // ---------------------------------------------------------------------------
