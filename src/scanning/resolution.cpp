@@ -396,12 +396,8 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     // library items are looked up in the path's own case (the look-up
     // ignores case, and the disk then need not be searched for a name it
     // does not hold); findPackage gets it lower-cased.
-    char lowerPath[1028] = "";
-    packageLibraryFacts* beside = packageFactsOf(ws, library);
-    LibraryFileItem* packages = beside ? beside->packages : nullptr;
-    libraryIndexEntry* package = facts && packages ? facts->package : nullptr;
-    if (!package) {
-        char packagePath[1028];
+    char packagePath[1028] = "", lowerPath[1028] = "";
+    auto formPaths = [&] {
         snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
         snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
         _strlwr(lowerPath);
@@ -409,14 +405,20 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
             strcpy(slb, ".plb");
             strcpy(packagePath + (slb - lowerPath), ".plb");
         }
-        if (!packages) {
-            packages = ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
-            if (packages && beside) {
-                beside->packages = packages;
-                beside->packagePath = pathstring(packages->getFullPath());
-            }
+    };
+    packageLibraryFacts* beside = packageFactsOf(ws, library);
+    LibraryFileItem* packages = beside ? beside->packages : nullptr;
+    libraryIndexEntry* package = facts && packages ? facts->package : nullptr;
+    if (!packages) {
+        formPaths();
+        packages = ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
+        if (packages && beside) {
+            beside->packages = packages;
+            beside->packagePath = pathstring(packages->getFullPath());
         }
-        package = packages ? packages->findIndexEntry(name.c_str(), op) : nullptr;
+    }
+    if (!package && packages) {
+        package = packages->findIndexEntry(name.c_str(), op);
         if (facts) facts->package = package;
     }
     if (package) {
@@ -434,7 +436,10 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
             else
                 addDependency(item);
         }
-    } else if (libraryIndexEntry* found = findPackage(name.c_str(), lowerPath, op)) {
+        return;
+    }
+    if (!lowerPath[0]) formPaths();
+    if (libraryIndexEntry* found = findPackage(name.c_str(), lowerPath, op)) {
         pathstring path(found->owner ? found->owner->getFullPath() : "");
         op.dependencyFound(path, true, false);
         if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));
