@@ -137,9 +137,11 @@ static libraryUsage* addUsage(std::list<libraryUsage*>& list, usageNameIndex& in
 
 // The same for a record of library, entry and name, made only when it is
 // not there: a package is recorded again at every use of its symbol.
-static void addUsageOf(std::list<libraryUsage*>& list, usageNameIndex& index, LibraryFileItem* library,
-                       libraryIndexEntry* entry, const char* name) {
-    if (!findRecord(list, index, name, library)) addUsage(list, index, new libraryUsage(library, entry, name));
+// Returns the new record, or null when there was one.
+static libraryUsage* addUsageOf(std::list<libraryUsage*>& list, usageNameIndex& index, LibraryFileItem* library,
+                                libraryIndexEntry* entry, const char* name) {
+    if (findRecord(list, index, name, library)) return nullptr;
+    return addUsage(list, index, new libraryUsage(library, entry, name));
 }
 
 // The current directory, saved and set for the span of a block and put
@@ -429,7 +431,11 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
         const bool same = beside && path == beside->packagePath;
         fileItem* item = same && beside->packageItem ? beside->packageItem : ws->addFileItem(path.c_str(), nullptr);
         if (same) beside->packageItem = item;
-        addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str());
+        // The package's parents are recorded too, as findPackage records
+        // them: a reduced library needs them. Walked when the package is
+        // first recorded; a later walk would find the same.
+        if (libraryUsage* added = addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str()))
+            walkParents(*this, usedPackages, usedPackageIndex, added, name.c_str(), op);
         if (item) {
             if (item->isSystem())
                 addSystemDependency(item);
