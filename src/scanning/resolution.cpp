@@ -398,7 +398,8 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     // library items are looked up in the path's own case (the look-up
     // ignores case, and the disk then need not be searched for a name it
     // does not hold); findPackage gets it lower-cased.
-    char packagePath[1028] = "", lowerPath[1028] = "";
+    char packagePath[1028], lowerPath[1028];
+    packagePath[0] = lowerPath[0] = '\0'; // not the whole buffers: this runs for every part
     auto formPaths = [&] {
         snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
         snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
