@@ -75,20 +75,16 @@ void takeWord(const char* text, int index, char* out, size_t size) {
     }
 }
 
-static std::string lowerCase(const char* text) {
-    std::string key(text);
-    for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    return key;
-}
-
-// The look-up key of name, in a buffer kept between calls: the usage lists
-// are asked at every part line.
+// The look-up key of name (lower case), in a buffer kept between calls:
+// the usage lists are asked at every part line.
 static const std::string& lookUpKey(const char* name) {
     static std::string key;
     key.assign(name);
     for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
     return key;
 }
+
+static std::string lowerCase(const char* text) { return lookUpKey(text); }
 
 // Brings index up to list: nothing when it has indexed exactly the list,
 // else it reads the whole list again.
