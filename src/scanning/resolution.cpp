@@ -75,20 +75,16 @@ void takeWord(const char* text, int index, char* out, size_t size) {
     }
 }
 
-static std::string lowerCase(const char* text) {
-    std::string key(text);
-    for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    return key;
-}
-
-// The look-up key of name, in a buffer kept between calls: the usage lists
-// are asked at every part line.
+// The look-up key of name (lower case), in a buffer kept between calls:
+// the usage lists are asked at every part line.
 static const std::string& lookUpKey(const char* name) {
     static std::string key;
     key.assign(name);
     for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
     return key;
 }
+
+static std::string lowerCase(const char* text) { return lookUpKey(text); }
 
 // Brings index up to list: nothing when it has indexed exactly the list,
 // else it reads the whole list again.
@@ -137,9 +133,11 @@ static libraryUsage* addUsage(std::list<libraryUsage*>& list, usageNameIndex& in
 
 // The same for a record of library, entry and name, made only when it is
 // not there: a package is recorded again at every use of its symbol.
-static void addUsageOf(std::list<libraryUsage*>& list, usageNameIndex& index, LibraryFileItem* library,
-                       libraryIndexEntry* entry, const char* name) {
-    if (!findRecord(list, index, name, library)) addUsage(list, index, new libraryUsage(library, entry, name));
+// Returns the new record, or null when there was one.
+static libraryUsage* addUsageOf(std::list<libraryUsage*>& list, usageNameIndex& index, LibraryFileItem* library,
+                                libraryIndexEntry* entry, const char* name) {
+    if (findRecord(list, index, name, library)) return nullptr;
+    return addUsage(list, index, new libraryUsage(library, entry, name));
 }
 
 // The current directory, saved and set for the span of a block and put
@@ -396,12 +394,9 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     // library items are looked up in the path's own case (the look-up
     // ignores case, and the disk then need not be searched for a name it
     // does not hold); findPackage gets it lower-cased.
-    char lowerPath[1028] = "";
-    packageLibraryFacts* beside = packageFactsOf(ws, library);
-    LibraryFileItem* packages = beside ? beside->packages : nullptr;
-    libraryIndexEntry* package = facts && packages ? facts->package : nullptr;
-    if (!package) {
-        char packagePath[1028];
+    char packagePath[1028], lowerPath[1028];
+    packagePath[0] = lowerPath[0] = '\0'; // not the whole buffers: this runs for every part
+    auto formPaths = [&] {
         snprintf(packagePath, sizeof packagePath, "%s", library->getFullPath());
         snprintf(lowerPath, sizeof lowerPath, "%s", packagePath);
         _strlwr(lowerPath);
@@ -409,14 +404,20 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
             strcpy(slb, ".plb");
             strcpy(packagePath + (slb - lowerPath), ".plb");
         }
-        if (!packages) {
-            packages = ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
-            if (packages && beside) {
-                beside->packages = packages;
-                beside->packagePath = pathstring(packages->getFullPath());
-            }
+    };
+    packageLibraryFacts* beside = packageFactsOf(ws, library);
+    LibraryFileItem* packages = beside ? beside->packages : nullptr;
+    libraryIndexEntry* package = facts && packages ? facts->package : nullptr;
+    if (!packages) {
+        formPaths();
+        packages = ws ? dynamic_cast<LibraryFileItem*>(ws->findLibraryItem(packagePath)) : nullptr;
+        if (packages && beside) {
+            beside->packages = packages;
+            beside->packagePath = pathstring(packages->getFullPath());
         }
-        package = packages ? packages->findIndexEntry(name.c_str(), op) : nullptr;
+    }
+    if (!package && packages) {
+        package = packages->findIndexEntry(name.c_str(), op);
         if (facts) facts->package = package;
     }
     if (package) {
@@ -427,14 +428,21 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
         const bool same = beside && path == beside->packagePath;
         fileItem* item = same && beside->packageItem ? beside->packageItem : ws->addFileItem(path.c_str(), nullptr);
         if (same) beside->packageItem = item;
-        addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str());
+        // The package's parents are recorded too, as findPackage records
+        // them: a reduced library needs them. Walked when the package is
+        // first recorded; a later walk would find the same.
+        if (libraryUsage* added = addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str()))
+            walkParents(*this, usedPackages, usedPackageIndex, added, name.c_str(), op);
         if (item) {
             if (item->isSystem())
                 addSystemDependency(item);
             else
                 addDependency(item);
         }
-    } else if (libraryIndexEntry* found = findPackage(name.c_str(), lowerPath, op)) {
+        return;
+    }
+    if (!lowerPath[0]) formPaths();
+    if (libraryIndexEntry* found = findPackage(name.c_str(), lowerPath, op)) {
         pathstring path(found->owner ? found->owner->getFullPath() : "");
         op.dependencyFound(path, true, false);
         if (ws) addSystemDependency(ws->addFileItem(path.c_str(), nullptr));

@@ -167,14 +167,20 @@ static const resolutionRow resolutionRows[] = {
      {{"std.plb", libraryText({{"dip8:dipbase", packageText("dip8")}})}},
      {{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}},
      {}, {"DIP8 std.plb"}, "dipbase", nullptr, nullptr, nullptr},
-    // Lower-cased from the symbol's text; the package's own parents are not
-    // walked from here.
+    // Lower-cased from the symbol's text; the package's parents are
+    // recorded under the names their children give.
     {"the package comes from the package library beside the symbol library", nullptr, {},
-     {{"top.sch", schematic(kPartsAndPackages, "part 1 U1 0 0 h\npart 2 C 0 0 h\n")},
+     {{"top.sch", schematic(kPartsAndPackages, "part 1 U1 0 0 h\npart 2 C 0 0 h\npart 3 U1 0 0 h\n")},
       {"parts.slb", libraryText({{"u1", symbolText("u1", "SO8")}, {"c", "*symbol c\na 0 sp 11 0 10 20 hcn 100 PART=ck05\n"}})},
-      {"parts.plb", libraryText({{"so8:smd", packageText("so8")}, {"smd", packageText("smd")},
-                                 {"ck05", packageText("ck05")}})}},
-     {"U1 parts.slb", "C parts.slb"}, {"so8 parts.plb", "ck05 parts.plb"}, "", nullptr, nullptr, "parts.plb"},
+      {"parts.plb", libraryText({{"so8:SMD", packageText("so8")}, {"smd:pads", packageText("smd")},
+                                 {"pads", packageText("pads")}, {"ck05", packageText("ck05")}})}},
+     {"U1 parts.slb", "C parts.slb"}, {"so8 parts.plb", "SMD parts.plb", "pads parts.plb", "ck05 parts.plb"}, "",
+     nullptr, nullptr, "parts.plb"},
+    {"a package beside its symbol with a missing or looping parent", nullptr, {},
+     {{"top.sch", schematic(kPartsAndPackages, "part 1 U1 0 0 h\npart 2 U2 0 0 h\npart 3 U1 0 0 h\n")},
+      {"parts.slb", libraryText({{"u1", symbolText("u1", "DIP")}, {"u2", symbolText("u2", "LOOP")}})},
+      {"parts.plb", libraryText({{"dip:ghost", packageText("dip")}, {"loop:loop", packageText("loop")}})}},
+     {"U1 parts.slb", "U2 parts.slb"}, {"dip parts.plb", "loop parts.plb"}, "ghost", nullptr, nullptr, nullptr},
     {"a package found only in the configuration is recorded without a dependency", "std [.PLB]",
      {{"std.plb", libraryText({{"dip8", packageText("dip8")}})}},
      {{"top.sch", schematic("", "a 0 ap 9 0 15 0 hln 100 COMPONENT=DIP8\n")}},
