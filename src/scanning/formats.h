@@ -77,7 +77,8 @@ libraryLine splitLibraryLine(const char* line);
 // ---------------------------------------------------------------------------
 
 // Between these calls (they nest) the libraries that symbol resolution
-// reads stay open; the outermost end closes them. scanFile brackets its
-// pass with them.
+// reads stay open and what it learns of them is kept (scanmemo.h); the
+// outermost end closes and forgets all of it. A scan span (scanFile, a
+// closure) brackets its passes with them.
 void beginLibraryReads();
 void endLibraryReads();

@@ -8,7 +8,8 @@
 // streams stay open, each entry's views and package are taken from its text
 // once, and each library file's library item is looked up once. All of it
 // is forgotten when the outermost scan ends (beginLibraryReads and
-// endLibraryReads in formats.h bracket each scanFile), and what is kept by
+// endLibraryReads in formats.h bracket each scan span: one scanFile, or a
+// closure's scans of many files), and what is kept by
 // the address of an index entry is also forgotten when any library frees
 // its index.
 //
