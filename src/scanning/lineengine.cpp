@@ -380,9 +380,7 @@ void DesignFileItem::scanFile(callBack*, InternalFunctionObject& op) {
         if (!in) {
             op.reportProblem(KVE_callBackAction::CannotReadFile, nullptr, nullptr);
         } else {
-            beginLibraryReads();
-            runPass(*this, in, nullptr, op);
-            endLibraryReads();
+            runPass(*this, in, nullptr, op); // the span holds the library reads open
         }
     }
     // Set also after a failure: the file counts as scanned until it changes.
