@@ -78,7 +78,7 @@ libraryLine splitLibraryLine(const char* line);
 
 // Between these calls (they nest) the libraries that symbol resolution
 // reads stay open and what it learns of them is kept (scanmemo.h); the
-// outermost end closes and forgets all of it. A scan span (scanFile, a
-// closure) brackets its passes with them.
+// outermost end closes and forgets all of it, and returns true. A scan
+// span (lineengine.h) is such a bracket.
 void beginLibraryReads();
-void endLibraryReads();
+bool endLibraryReads();

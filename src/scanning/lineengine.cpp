@@ -7,9 +7,7 @@
 //   4. nextDependency.
 //   5. scanFile and rewriteFile.
 //   6. The scan span.
-#include "scanning/formats.h"
 #include "scanning/lineengine.h"
-#include "scanning/scanmemo.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,7 +18,10 @@
 
 #include "operations/operation.h"
 #include "platform/platform.h"
+#include "scanning/formats.h"
+#include "scanning/scanmemo.h"
 #include "workspace/fileitem.h"
+#include "workspace/itemindex.h"
 
 // ---------------------------------------------------------------------------
 // 1. The scan context
@@ -446,14 +447,15 @@ bool DesignFileItem::rewriteFile(callBack*, const pathstring& source, const path
 // ---------------------------------------------------------------------------
 
 namespace {
-// What the open span keeps; empty outside one.
+// What the open span keeps; empty outside one. Whether one is open, and
+// how deep, is the count of library reads (formats.h), which every span
+// opens.
 struct spanMemo {
-    int depth = 0;
     bool directoryChanged = false; // a pass set the current directory
     std::string savedDirectory;    // where it was before
     std::unordered_map<std::string, std::pair<pathstring, bool>> searches;
     // Model indexes by directory: how often the directory was asked, and
-    // once listed, the names of its indexes folded to upper case.
+    // once listed, the names of its indexes folded (foldCase).
     struct indexDirectory {
         int asked = 0;
         bool listed = false;
@@ -471,15 +473,11 @@ static spanMemo& theSpan() {
 
 // A span is also a span of library reads, so that what those keep (the
 // library item of each library file, among others) lasts a whole closure.
-scanSpan::scanSpan() {
-    beginLibraryReads();
-    ++theSpan().depth;
-}
+scanSpan::scanSpan() { beginLibraryReads(); }
 
 scanSpan::~scanSpan() {
-    endLibraryReads();
+    if (!endLibraryReads()) return;
     spanMemo& memo = theSpan();
-    if (--memo.depth > 0) return;
     if (memo.directoryChanged) SetCurrentDirectoryA(memo.savedDirectory.c_str());
     memo.directoryChanged = false;
     memo.savedDirectory.clear();
@@ -487,7 +485,7 @@ scanSpan::~scanSpan() {
     memo.indexDirectories.clear();
 }
 
-bool scanSpanOpen() { return theSpan().depth > 0; }
+bool scanSpanOpen() { return libraryReadsOpen(); }
 
 // The current directory, or empty if it cannot be had.
 static std::string currentDirectory() {
@@ -511,7 +509,7 @@ void enterScanDirectory(const pathstring& directory, std::string& saved) {
     const std::string current = currentDirectory();
     if (!current.empty() && current == withoutTrailingSeparator(directory)) return;
     spanMemo& memo = theSpan();
-    if (memo.depth == 0) {
+    if (!scanSpanOpen()) {
         saved = current;
     } else if (!memo.directoryChanged) {
         memo.savedDirectory = current;
@@ -535,21 +533,12 @@ bool rememberedSearch(const std::string& key, pathstring& result, bool& found) {
 
 void rememberSearch(const std::string& key, const pathstring& result, bool found) {
     spanMemo& memo = theSpan();
-    if (memo.depth > 0) memo.searches[key] = std::make_pair(result, found);
-}
-
-// text with its ASCII letters in upper case: names are matched on disk
-// without regard to the case of those letters only.
-static std::string foldAscii(const std::string& text) {
-    std::string folded = text;
-    for (char& c : folded)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-    return folded;
+    if (scanSpanOpen()) memo.searches[key] = std::make_pair(result, found);
 }
 
 bool modelIndexMayExist(const pathstring& directory, const std::string& indexName) {
+    if (!scanSpanOpen()) return true;
     spanMemo& memo = theSpan();
-    if (memo.depth == 0) return true;
     spanMemo::indexDirectory& known = memo.indexDirectories[directory];
     if (known.unlisted) return true;
     // A directory asked once is not worth a listing: the look-up itself is
@@ -562,7 +551,7 @@ bool modelIndexMayExist(const pathstring& directory, const std::string& indexNam
         WIN32_FIND_DATAA data;
         HANDLE find = FindFirstFileA(pattern.c_str(), &data);
         if (find != INVALID_HANDLE_VALUE) {
-            do known.names.insert(foldAscii(data.cFileName));
+            do known.names.insert(foldCase(data.cFileName));
             while (FindNextFileA(find, &data));
             FindClose(find);
         } else if (GetLastError() != ERROR_FILE_NOT_FOUND) {
@@ -573,5 +562,5 @@ bool modelIndexMayExist(const pathstring& directory, const std::string& indexNam
         }
         known.listed = true;
     }
-    return known.names.count(foldAscii(indexName)) > 0;
+    return known.names.count(foldCase(indexName)) > 0;
 }

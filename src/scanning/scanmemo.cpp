@@ -50,8 +50,8 @@ enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
 
 void beginLibraryReads() { ++spans; }
 
-void endLibraryReads() {
-    if (spans > 0 && --spans > 0) return;
+bool endLibraryReads() {
+    if (spans > 0 && --spans > 0) return false;
     for (openLibrary& open : openLibraries) fclose(open.file);
     openLibraries.clear();
     facts.clear();
@@ -59,6 +59,7 @@ void endLibraryReads() {
     packageFacts.clear();
     tidiedPaths.clear();
     recordsOfList.clear();
+    return true;
 }
 
 bool libraryReadsOpen() { return spans > 0; }
