@@ -27,7 +27,7 @@ static inline unsigned char lowerAscii(char c) {
     return (u >= 'A' && u <= 'Z') ? static_cast<unsigned char>(u + ('a' - 'A')) : u;
 }
 
-static bool equalIgnoringCase(const char* a, const char* b, size_t length) {
+bool equalIgnoringCase(const char* a, const char* b, size_t length) {
     // From the end: paths mostly differ in their last characters.
     for (size_t i = length; i-- > 0;)
         if (lowerAscii(a[i]) != lowerAscii(b[i])) return false;

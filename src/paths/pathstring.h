@@ -283,3 +283,7 @@ private:
     // Removes "." and cancels ".." components; expands runs of 3+ dots.
     void removeDotDirectorySpecifiers();
 };
+
+// Whether the length bytes at a and b are equal but for ASCII case: the
+// comparison of compareEqualQuickly, for texts that are not pathstrings.
+bool equalIgnoringCase(const char* a, const char* b, size_t length);

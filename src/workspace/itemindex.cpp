@@ -65,14 +65,6 @@ pathKey pathKey::of(const std::string& directory, const foldedHash& directoryHas
     return key;
 }
 
-// Whether the n bytes at a and b are equal but for ASCII case.
-static bool sameFolded(const char* a, const char* b, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        if (a[i] != b[i] && lowerAscii(static_cast<unsigned char>(a[i])) != lowerAscii(static_cast<unsigned char>(b[i])))
-            return false;
-    return true;
-}
-
 int itemIndex::clampType(int type) {
     return type >= 0 && type < KVE_fileTypeEnum::invalid ? type : KVE_fileTypeEnum::invalid;
 }
@@ -122,8 +114,8 @@ DesignFileItem* itemIndex::findByPath(const pathKey& key) const {
         }
         if (slot.hash != key.hash) continue;
         const std::string& path = slot.item->fullPath;
-        if (path.size() == length && sameFolded(path.data(), key.head, key.headLength) &&
-            sameFolded(path.data() + key.headLength, key.tail, key.tailLength))
+        if (path.size() == length && equalIgnoringCase(path.data(), key.head, key.headLength) &&
+            equalIgnoringCase(path.data() + key.headLength, key.tail, key.tailLength))
             return slot.item;
     }
 }
@@ -145,7 +137,7 @@ void itemIndex::addPath(DesignFileItem* item, uint64_t hash) {
         }
         // A path indexed already keeps its first item.
         if (slot.hash == hash && slot.item->fullPath.size() == path.size() &&
-            sameFolded(slot.item->fullPath.data(), path.data(), path.size()))
+            equalIgnoringCase(slot.item->fullPath.data(), path.data(), path.size()))
             return;
     }
     if (pathSlots[free].hash == 1) --pathsRemoved;
