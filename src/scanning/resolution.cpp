@@ -237,31 +237,30 @@ libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunction
 // 4. Reading an entry's text
 // ---------------------------------------------------------------------------
 
-// The text of the entry last read, kept while one part line is resolved:
-// its symbol's views and its package are read from the same bytes, so the
-// library is opened once for both. partLine opens and closes the span.
-namespace {
-struct entryTextCache {
-    bool active = false;
-    const LibraryFileItem* library = nullptr;
-    const libraryIndexEntry* entry = nullptr;
-    std::vector<char> text; // size + 1024 bytes, zeroed behind the entry
-};
-} // namespace
-static entryTextCache lineCache;
-
-// The text of entry of library in a new buffer of size + 1024 zeroed bytes
-// (the caller deletes it), or null. The library is read in binary: the
-// index counts bytes, so the seek must too. Reports CannotReadFile for the
-// library when it does not open, and ErrorReadingFile for owner when the
-// bytes cannot all be read (an entry larger than its file cannot be); a
-// failed seek gives null without a report.
+// The text of entry of library, with a terminating NUL, in a buffer that
+// the next call reuses; or null. Taken from the library's image when the
+// scan keeps one, else read through a stream in binary (the index counts
+// bytes, so the seek must too). Reports CannotReadFile for the library
+// when it does not open, and ErrorReadingFile for owner when the bytes
+// cannot all be read (an entry larger than its file cannot be); an
+// offset before the start of the file gives null without a report.
 static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, fileItem* owner,
                            InternalFunctionObject& op) {
-    if (lineCache.active && lineCache.library == library && lineCache.entry == entry) {
-        char* text = new char[lineCache.text.size()];
-        memcpy(text, lineCache.text.data(), lineCache.text.size());
-        return text;
+    static std::vector<char> text;
+    const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
+    const bool sizeFits = entry->size >= 0 && entry->size <= library->getSize();
+    const size_t size = sizeFits ? static_cast<size_t>(entry->size) : 0;
+    if (const libraryImage* image = libraryImageOf(library)) {
+        if (position < 0) return nullptr;
+        // Past the end a read gives nothing, as it would from a stream.
+        const size_t start = std::min(static_cast<size_t>(position), image->size);
+        if (!sizeFits || image->size - start < size) {
+            report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
+            return nullptr;
+        }
+        text.assign(image->bytes + start, image->bytes + start + size);
+        text.push_back('\0');
+        return text.data();
     }
     bool kept = false;
     FILE* file = libraryStream(library, kept);
@@ -270,27 +269,16 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
         return nullptr;
     }
     clearerr(file); // a kept stream may carry the failure of an earlier read
-    char* text = nullptr;
-    const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
+    char* result = nullptr;
     if (position >= 0 && fseek(file, static_cast<long>(position), SEEK_SET) == 0) {
-        if (entry->size < 0 || entry->size > library->getSize()) {
+        text.assign(size + 1, '\0');
+        if (!sizeFits || fread(text.data(), 1, size, file) != size)
             report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-        } else {
-            const size_t size = static_cast<size_t>(entry->size);
-            text = new char[size + 1024]();
-            if (fread(text, 1, size, file) != size) {
-                report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-                delete[] text;
-                text = nullptr;
-            } else if (lineCache.active) {
-                lineCache.library = library;
-                lineCache.entry = entry;
-                lineCache.text.assign(text, text + size + 1024);
-            }
-        }
+        else
+            result = text.data();
     }
     if (!kept) fclose(file);
-    return text;
+    return result;
 }
 
 // Puts the schematic of a view into the lists: the system dependencies,
@@ -342,7 +330,6 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
         }
         line = *end ? end + 1 : end;
     }
-    delete[] text;
     if (facts) {
         facts->viewsKnown = true;
         facts->views = std::move(views);
@@ -370,7 +357,6 @@ static bool packageNameOf(LibraryFileItem* library, libraryIndexEntry* entry, en
         const char* value = keyword + keywordLength;
         name.assign(value, strcspn(value, "\n"));
     }
-    delete[] text;
     if (facts) {
         facts->packageKnown = true;
         facts->hasPackage = keyword != nullptr;
@@ -504,7 +490,6 @@ static void copyCut(char* out, size_t size, const char* text) {
 int DesignFileItem::partLine(scanPass& pass) {
     scanContext& context = getScanContext();
     resolutionCancelled = false;
-    lineCache.active = true;
     const char* name = symbolNameOf(pass.line, context);
     libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
     int result = 0;
@@ -529,7 +514,6 @@ int DesignFileItem::partLine(scanPass& pass) {
             result = 1;
         }
     }
-    lineCache = entryTextCache();
     if (resolutionCancelled) {
         pass.finished = true;
         return 0;

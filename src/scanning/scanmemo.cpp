@@ -11,6 +11,7 @@
 
 #include <map>
 #include <memory>
+#include <new>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -27,6 +28,13 @@ struct openLibrary {
     std::shared_ptr<char> buffer; // the stream's; freed after the close
 };
 
+struct keptImage {
+    const LibraryFileItem* library;
+    std::string path;
+    std::unique_ptr<char[]> bytes;
+    libraryImage image;
+};
+
 struct keptFacts {
     DesignWorkspace* ws;
     LibraryFileItem* library;
@@ -36,6 +44,8 @@ struct keptFacts {
 
 static int spans = 0;
 static std::vector<openLibrary> openLibraries;
+static std::vector<std::unique_ptr<keptImage>> images;
+static size_t imageBytes = 0;
 static std::unordered_map<const libraryIndexEntry*, keptFacts> facts;
 static uint64_t factsReleases = 0; // LibraryFileItem::indexReleases() when facts was last valid
 static std::unordered_map<const fileItem*, LibraryFileItem*> libraryOfItem;
@@ -43,6 +53,9 @@ static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packa
 static std::unordered_map<std::string, pathstring> tidiedPaths;
 static std::unordered_map<const void*, std::unordered_set<const fileItem*>> recordsOfList;
 enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
+// What a scan keeps of library files in memory: a library larger than
+// that, or than what is left, is read through a stream.
+static size_t maxImageBytes = size_t(256) << 20;
 
 // ---------------------------------------------------------------------------
 // 1. The span
@@ -54,6 +67,8 @@ bool endLibraryReads() {
     if (spans > 0 && --spans > 0) return false;
     for (openLibrary& open : openLibraries) fclose(open.file);
     openLibraries.clear();
+    images.clear();
+    imageBytes = 0;
     facts.clear();
     libraryOfItem.clear();
     packageFacts.clear();
@@ -85,6 +100,36 @@ FILE* libraryStream(LibraryFileItem* library, bool& kept) {
     }
     openLibraries.push_back({library, library->getFullPath(), file, buffer});
     return file;
+}
+
+size_t setLibraryImageBudget(size_t bytes) {
+    std::swap(bytes, maxImageBytes);
+    return bytes;
+}
+
+const libraryImage* libraryImageOf(LibraryFileItem* library) {
+    if (spans == 0) return nullptr;
+    for (const auto& kept : images)
+        if (kept->library == library && kept->path == library->getFullPath()) return &kept->image;
+    FILE* file = kvFopen(library->getFullPath(), "rb");
+    if (!file) return nullptr;
+    const libraryImage* result = nullptr;
+    long size = -1;
+    if (fseek(file, 0, SEEK_END) == 0) size = ftell(file);
+    if (size >= 0 && imageBytes <= maxImageBytes && static_cast<size_t>(size) <= maxImageBytes - imageBytes && fseek(file, 0, SEEK_SET) == 0) {
+        // One byte more than the size asks the stream to find the end, so
+        // that a file grown since the size was taken is not cut silently.
+        std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(size) + 1]);
+        const size_t read = bytes ? fread(bytes.get(), 1, static_cast<size_t>(size) + 1, file) : 0;
+        if (bytes && read == static_cast<size_t>(size) && !ferror(file)) {
+            const char* kept = bytes.get();
+            images.emplace_back(new keptImage{library, library->getFullPath(), std::move(bytes), {kept, read}});
+            imageBytes += read;
+            result = &images.back()->image;
+        }
+    }
+    fclose(file);
+    return result;
 }
 
 // ---------------------------------------------------------------------------

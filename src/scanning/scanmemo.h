@@ -14,7 +14,7 @@
 // its index.
 //
 // Contents:
-//   1. The span and the library streams.
+//   1. The span, the library streams and images.
 //   2. What an entry gave.
 //   3. The library item of a library file.
 //   4. Tidied paths; items recorded in a list.
@@ -33,7 +33,7 @@ class fileItem;
 struct libraryIndexEntry;
 
 // ---------------------------------------------------------------------------
-// 1. The span and the library streams
+// 1. The span, the library streams and images
 // ---------------------------------------------------------------------------
 
 // Whether a scan is under way (between the outermost begin and end).
@@ -43,6 +43,22 @@ bool libraryReadsOpen();
 // until the scan ends and kept is set (the caller must not close it);
 // outside one the caller closes it. Null when it does not open.
 FILE* libraryStream(LibraryFileItem* library, bool& kept);
+
+// The whole content of a library file, read at its first use in a scan and
+// kept until the scan ends: a scan reads a few thousand entries scattered
+// over a library, and one read of the file costs less than a seek and a
+// refill for each.
+struct libraryImage {
+    const char* bytes;
+    size_t size;
+};
+// The image of library, or null outside a scan, when the file does not
+// open or read, or when it would pass what a scan may keep in memory (the
+// caller then reads through libraryStream).
+const libraryImage* libraryImageOf(LibraryFileItem* library);
+// Sets what a scan may keep of library files in memory (256 MB unless
+// set) and returns what it was; 0 reads every library through a stream.
+size_t setLibraryImageBudget(size_t bytes);
 
 // ---------------------------------------------------------------------------
 // 2. What an entry gave

@@ -10,6 +10,7 @@
 #include "libraries/libraryusage.h"
 #include "operations/scandependencies.h"
 #include "scanning/lineengine.h"
+#include "scanning/scanmemo.h"
 #include "scanning/scantest.h"
 
 // ---------------------------------------------------------------------------
@@ -55,6 +56,7 @@ protected:
         RemoveIniFileContext();
         SetIniFileContext(dir.engine("ini/context.ini").c_str(), nullptr);
     }
+    void expectUnreadableEntryReported();
     // The used symbols (or packages) as "name library-base-name".
     static std::vector<std::string> usages(const std::list<libraryUsage*>& list) {
         std::vector<std::string> result;
@@ -193,10 +195,22 @@ static const resolutionRow resolutionRows[] = {
      {}, {"DIP8 std.plb"}, "", "one.txt", nullptr, nullptr},
 };
 
-class ResolutionRows : public Resolution, public ::testing::WithParamInterface<resolutionRow> {};
+class ResolutionRows : public Resolution, public ::testing::WithParamInterface<resolutionRow> {
+protected:
+    void checkRow(const resolutionRow& row);
+};
 
-TEST_P(ResolutionRows, ScanRecordsItsSymbolsPackagesAndReports) {
-    const resolutionRow& row = GetParam();
+// A scan keeps whole libraries in memory; one that may keep none reads
+// each entry through a stream, and must record the same.
+TEST_P(ResolutionRows, ScanRecordsItsSymbolsPackagesAndReports) { checkRow(GetParam()); }
+
+TEST_P(ResolutionRows, ScanThroughStreamsRecordsTheSame) {
+    const size_t budget = setLibraryImageBudget(0);
+    checkRow(GetParam());
+    setLibraryImageBudget(budget);
+}
+
+void ResolutionRows::checkRow(const resolutionRow& row) {
     for (const auto& file : row.system) writeFile(dir.host("syslib/" + file.first), file.second);
     if (row.configured) configure({row.configured});
     std::vector<std::pair<std::string, std::string>> files;
@@ -345,8 +359,16 @@ TEST_F(Resolution, ViewsInCapitalsAreNotFollowed) {
     EXPECT_FALSE(holds(names(scan("top.sch")->getFileDependencies(nullptr)), "impl.sch"));
 }
 
-TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) {
-    // The entry claims more bytes than the file holds.
+// The entry claims more bytes than the file holds: from the library's
+// image and through a stream alike.
+TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) { expectUnreadableEntryReported(); }
+TEST_F(Resolution, ASymbolEntryThatCannotBeReadThroughAStreamIsReported) {
+    const size_t budget = setLibraryImageBudget(0);
+    expectUnreadableEntryReported();
+    setLibraryImageBudget(budget);
+}
+
+void Resolution::expectUnreadableEntryReported() {
     std::string text = libraryText({{"r", symbolText("r", "")}});
     text.replace(text.find("symloc r 00000000 "), 26, "symloc r 00000000 00099999");
     open({{"top.sch", schematic(kParts, "part 1 R 0 0 h\n")}, {"parts.slb", text}});
