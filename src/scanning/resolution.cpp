@@ -80,7 +80,8 @@ void takeWord(const char* text, int index, char* out, size_t size) {
 static const std::string& lookUpKey(const char* name) {
     static std::string key;
     key.assign(name);
-    for (char& c : key) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    for (char& c : key)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A')); // ASCII only, as the C locale
     return key;
 }
 
@@ -496,9 +497,20 @@ int DesignFileItem::partLine(scanPass& pass) {
     if (entry && entry->owner) {
         const char* library = entry->owner->getFullPath();
         copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, library);
-        copyCut(pass.work, scanLineSize, library);
+        // The tidied path of a library is formed once in a scan.
+        DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+        packageLibraryFacts* facts = packageFactsOf(ws, entry->owner);
         pathstring path;
-        assignTidied(path, pass.work);
+        if (facts && facts->symbolPathKnown) {
+            path = facts->symbolPath;
+        } else {
+            copyCut(pass.work, scanLineSize, library);
+            path = pathstring(pass.work);
+            if (facts) {
+                facts->symbolPath = path;
+                facts->symbolPathKnown = true;
+            }
+        }
         pass.op.dependencyFound(path, true, false);
         scanSymbolPackage(entry, pass.op);
         pass.state = PackageLine; // the engine sets Line again

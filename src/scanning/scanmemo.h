@@ -26,8 +26,9 @@
 #include <utility>
 #include <vector>
 
+#include "paths/pathstring.h"
+
 class DesignWorkspace;
-class pathstring;
 class LibraryFileItem;
 class fileItem;
 struct libraryIndexEntry;
@@ -81,11 +82,15 @@ struct entryFacts {
     libraryIndexEntry* package = nullptr;
 };
 
-// What the package library beside one symbol library is, as seen from one
-// workspace: once found (a miss is asked again at the next use, since the
-// workspace may gain the library meanwhile), its item, its full path
-// tidied, and its item as a file once the path has been recorded.
+// What one symbol library's path is, and what the package library beside
+// it is, as seen from one workspace: once found (a miss is asked again at
+// the next use, since the workspace may gain the library meanwhile), its
+// item, its full path tidied, and its item as a file once the path has
+// been recorded.
 struct packageLibraryFacts {
+    // The symbol library's own path, tidied, once a part line has taken it.
+    bool symbolPathKnown = false;
+    pathstring symbolPath;
     LibraryFileItem* packages = nullptr;
     std::string packagePath;
     fileItem* packageItem = nullptr;
