@@ -198,12 +198,10 @@ static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, us
 // ---------------------------------------------------------------------------
 
 libraryUsage* DesignFileItem::findSymbolInUsedLibraries(const char* name, InternalFunctionObject& op) {
-    // A library named twice answers the same twice: ask each once.
-    std::set<LibraryFileItem*> asked;
-    for (fileItem* each : usedLibraries) {
-        LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(each);
-        if (!library || library->getLibraryKind() != LibraryKindSymbols) continue;
-        if (!asked.insert(library).second) continue;
+    // A library named twice answers the same twice: each is asked once,
+    // in the order of its first place (the list holds one place per use).
+    for (LibraryFileItem* library : librariesIn(usedLibraries)) {
+        if (library->getLibraryKind() != LibraryKindSymbols) continue;
         if (libraryIndexEntry* entry = library->findIndexEntry(name, op)) {
             entry->owner = library;
             return new libraryUsage(library, entry, name);

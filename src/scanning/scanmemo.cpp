@@ -35,6 +35,13 @@ struct keptImage {
     libraryImage image;
 };
 
+struct distinctLibraries {
+    size_t read = 0;                              // places of the list read
+    std::list<fileItem*>::const_iterator last;    // the last of them
+    std::unordered_set<const fileItem*> met;
+    std::vector<LibraryFileItem*> libraries;
+};
+
 struct keptFacts {
     DesignWorkspace* ws;
     LibraryFileItem* library;
@@ -52,6 +59,7 @@ static std::unordered_map<const fileItem*, LibraryFileItem*> libraryOfItem;
 static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packageLibraryFacts> packageFacts;
 static std::unordered_map<std::string, pathstring> tidiedPaths;
 static std::unordered_map<const void*, std::unordered_set<const fileItem*>> recordsOfList;
+static std::unordered_map<const void*, distinctLibraries> librariesOfList;
 enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
 // What a scan keeps of library files in memory: a library larger than
 // that, or than what is left, is read through a stream.
@@ -74,6 +82,7 @@ bool endLibraryReads() {
     packageFacts.clear();
     tidiedPaths.clear();
     recordsOfList.clear();
+    librariesOfList.clear();
     return true;
 }
 
@@ -197,3 +206,18 @@ void rememberRecordedIn(const std::list<fileItem*>& list, const fileItem* item) 
 }
 
 void forgetRecordsIn(const std::list<fileItem*>& list) { recordsOfList.erase(&list); }
+
+const std::vector<LibraryFileItem*>& librariesIn(const std::list<fileItem*>& list) {
+    static distinctLibraries outside;
+    distinctLibraries& known = spans > 0 ? librariesOfList[&list] : (outside = distinctLibraries());
+    // The list never loses a place; should it, it is read again whole.
+    if (known.read > list.size()) known = distinctLibraries();
+    auto next = known.read == 0 ? list.begin() : std::next(known.last);
+    for (; next != list.end(); ++next) {
+        known.last = next;
+        ++known.read;
+        if (!known.met.insert(*next).second) continue;
+        if (LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(*next)) known.libraries.push_back(library);
+    }
+    return known.libraries;
+}

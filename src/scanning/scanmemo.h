@@ -119,6 +119,12 @@ void rememberLibraryOf(fileItem* item, LibraryFileItem* library);
 // each text is tidied once.
 void assignTidied(pathstring& path, const char* text);
 
+// The distinct libraries of list (a file's usedLibraries, which only
+// grows, a library standing once for each use), in the order of their
+// first place. Within a scan only the places added since the last ask are
+// read; outside one the whole list is.
+const std::vector<LibraryFileItem*>& librariesIn(const std::list<fileItem*>& list);
+
 // Whether item was recorded in list in this scan. The recording puts an
 // item into a sorted list at every use of a symbol; once it stands there,
 // the walk that finds its place is not needed again.
