@@ -15,6 +15,7 @@
 
 #include "workspace/context.h"
 #include "workspace/fileitem.h"
+#include "workspace/itemindex.h"
 #include "workspace/workspace.h"
 
 // ---------------------------------------------------------------------------
@@ -32,11 +33,7 @@ bool InternalFunctionObject::isScanOnly() { return false; }
 bool InternalFunctionObject::reportProblem(const KVE_callBackAction&, const char*, fileItem*) { return false; }
 
 bool InternalFunctionObject::isAlreadyNoted(const char* text) {
-    if (!text) text = "";
-    for (const std::string& noted : notedTexts)
-        if (_stricmp(noted.c_str(), text) == 0) return true;
-    notedTexts.push_back(text);
-    return false;
+    return !notedTexts.insert(foldCase(text ? text : "")).second;
 }
 
 // ---------------------------------------------------------------------------

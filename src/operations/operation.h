@@ -14,6 +14,7 @@
 
 #include <list>
 #include <string>
+#include <unordered_set>
 
 #include "vocabulary/callback.h"
 #include "vocabulary/enums.h"
@@ -86,5 +87,6 @@ public:
 protected:
     ~InternalFunctionObject() = default;
 
-    std::list<std::string> notedTexts;
+    // Folded to ASCII lower case: a schematic may note thousands of names.
+    std::unordered_set<std::string> notedTexts;
 };

@@ -245,6 +245,13 @@ TEST_F(Framework, NotedTextsIgnoreCase) {
     EXPECT_FALSE(op.isAlreadyNoted("Abc"));
     EXPECT_TRUE(op.isAlreadyNoted("aBC"));
     EXPECT_FALSE(op.isAlreadyNoted("abcd"));
+    // Only ASCII letters fold; no text is the empty text.
+    EXPECT_FALSE(op.isAlreadyNoted("\xC4x"));
+    EXPECT_FALSE(op.isAlreadyNoted("\xE4x"));
+    EXPECT_FALSE(op.isAlreadyNoted(nullptr));
+    EXPECT_TRUE(op.isAlreadyNoted(""));
+    op.clearNotedTexts();
+    EXPECT_FALSE(op.isAlreadyNoted("ABC"));
 }
 
 TEST_F(Framework, TargetMapping) {
