@@ -56,6 +56,15 @@ bool LibraryFileItem::isSystemLibrary() { return isSystem(); }
 static const char indexKeyword[] = "symloc";
 static const size_t lineSize = 1024;
 
+// line begins with "symloc" in any case; asked of every line of an index.
+static bool isIndexLine(const char* line) {
+    for (int i = 0; i < 6; ++i) {
+        const char c = line[i];
+        if ((c >= 'A' && c <= 'Z' ? c + 32 : c) != indexKeyword[i]) return false;
+    }
+    return true;
+}
+
 static bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 static const char* skipBlanks(const char* p) {
@@ -121,7 +130,7 @@ void LibraryFileItem::generateIndexList() {
         // At the end fgets fails and leaves line as it was: the last line
         // is parsed once more, as the format notes say.
         if (!fgets_unlocked(line, sizeof line, file) && ferror(file)) break;
-        if (_strnicmp(line, indexKeyword, 6) != 0) {
+        if (!isIndexLine(line)) {
             if (!inIndex) continue;
             // The start of this line: what the offsets count from.
             baseOffset = static_cast<int32_t>(ftell(file)) - static_cast<int32_t>(strlen(line));

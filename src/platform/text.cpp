@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -50,7 +51,24 @@ char* _strlwr(char* text) {
         errno = EINVAL;
         return nullptr;
     }
-    for (char* p = text; *p; ++p) *p = static_cast<char>(lowerAscii(static_cast<unsigned char>(*p)));
+    // Eight bytes at a time: a scan lowers the text of every symbol it
+    // reads. A byte is a capital when its low seven bits lie in 'A'..'Z'
+    // and its high bit is clear; adding to the seven bits sets bit 7 of
+    // each byte for ">= 'A'" and for "> 'Z'" without carries between bytes.
+    const size_t length = strlen(text);
+    const uint64_t ones = 0x0101010101010101ull, highs = 0x8080808080808080ull;
+    size_t i = 0;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t word;
+        memcpy(&word, text + i, 8);
+        const uint64_t low = word & ~highs;
+        const uint64_t atLeastA = low + (0x80 - 'A') * ones;
+        const uint64_t pastZ = low + (0x80 - 'Z' - 1) * ones;
+        const uint64_t capitals = atLeastA & ~pastZ & ~word & highs;
+        word |= capitals >> 2; // bit 7 to bit 5: 'A' + 0x20 = 'a'
+        memcpy(text + i, &word, 8);
+    }
+    for (; i < length; ++i) text[i] = static_cast<char>(lowerAscii(static_cast<unsigned char>(text[i])));
     return text;
 }
 

@@ -196,7 +196,7 @@ char* findFileNameValue(char* line) {
     const size_t length = strlen(line);
     char* found = nullptr;
     for (size_t i = 0; i + keywordLength <= length && !found; ++i) {
-        if ((line[i] | 0x20) != 'f') continue;
+        if ((line[i] | 0x20) != 'f' || (line[i + 1] | 0x20) != 'i') continue;
         if (_strnicmp(line + i, keyword, keywordLength) == 0) found = line + i;
     }
     if (found) {

@@ -198,49 +198,57 @@ static int packageReference(DesignFileItem& item, scanPass& pass, const char* ke
 int DesignFileItem::schematicLine(scanPass& pass) {
     scanContext& context = getScanContext();
     char* line = pass.line;
-    if (startsWith(line, "port ")) {
-        copyScanLine(pass.out, line);
-        if (pass.op.isScanOnly()) pass.state = PortLine;
-        return 0;
+    // Every keyword below begins with one of these bytes: most lines
+    // (attributes, wires) need none of the comparisons.
+    const char first = line[0];
+    if (first == 'p' || first == 'P' || first == '@' || first == '*') {
+        if (startsWith(line, "port ")) {
+            copyScanLine(pass.out, line);
+            if (pass.op.isScanOnly()) pass.state = PortLine;
+            return 0;
+        }
+        if (startsWith(line, "part ")) {
+            takeWord(line, 2, context.lastPartName, sizeof context.lastPartName);
+            copyScanLine(pass.out, line);
+            if (pass.op.isScanOnly()) pass.state = PartLine;
+            return 0;
+        }
+        if (startsWith(line, "@VIEWS")) {
+            copyScanLine(pass.out, line);
+            pass.state = SchematicViews;
+            return 0;
+        }
+        if (startsWith(line, "@INDEX")) {
+            copyScanLine(pass.out, line);
+            pass.state = PageIndex;
+            context.pageCount = 0;
+            for (indexRecord* record : context.pageRecords) delete record;
+            context.pageRecords.clear();
+            return 0;
+        }
+        if (startsWith(line, "@ANALYSIS")) {
+            copyScanLine(pass.out, line);
+            pass.state = SchematicAnalysis;
+            return 0;
+        }
+        if (startsWith(line, "*page")) {
+            if (pass.out) pageStep(pass);
+            pass.state = Line;
+            return 0;
+        }
+        if (startsWith(line, "@LIBRARIES")) {
+            copyScanLine(pass.out, line);
+            pass.state = SchematicLibraries;
+            return 0;
+        }
     }
-    if (startsWith(line, "part ")) {
-        takeWord(line, 2, context.lastPartName, sizeof context.lastPartName);
-        copyScanLine(pass.out, line);
-        if (pass.op.isScanOnly()) pass.state = PartLine;
-        return 0;
-    }
-    if (startsWith(line, "@VIEWS")) {
-        copyScanLine(pass.out, line);
-        pass.state = SchematicViews;
-        return 0;
-    }
-    if (startsWith(line, "@INDEX")) {
-        copyScanLine(pass.out, line);
-        pass.state = PageIndex;
-        context.pageCount = 0;
-        for (indexRecord* record : context.pageRecords) delete record;
-        context.pageRecords.clear();
-        return 0;
-    }
-    if (startsWith(line, "@ANALYSIS")) {
-        copyScanLine(pass.out, line);
-        pass.state = SchematicAnalysis;
-        return 0;
-    }
-    if (startsWith(line, "*page")) {
-        if (pass.out) pageStep(pass);
-        pass.state = Line;
-        return 0;
-    }
-    if (startsWith(line, "@LIBRARIES")) {
-        copyScanLine(pass.out, line);
-        pass.state = SchematicLibraries;
-        return 0;
-    }
-    if (strstr(line, "COMPONENT=")) return packageReference(*this, pass, "COMPONENT=");
-    if (strstr(line, "PART=")) return packageReference(*this, pass, "PART=");
+    // The references below all hold "=", but for an "i" line's quoted name.
+    const bool assigns = strchr(line, '=') != nullptr;
+    if (assigns && strstr(line, "COMPONENT=")) return packageReference(*this, pass, "COMPONENT=");
+    if (assigns && strstr(line, "PART=")) return packageReference(*this, pass, "PART=");
 
-    if (char* value = findFileNameValue(line)) {
+    char* value = assigns || first == 'i' || first == 'I' ? findFileNameValue(line) : nullptr;
+    if (value) {
         const bool quoted = *value == '"';
         const pathstring named(value); // tidied: quotes go
         pathstring path;

@@ -36,6 +36,23 @@ TEST(Compare, CaseBlindComparisons) {
     EXPECT_STREQ("mixed case 123 \xC4", text) << "ASCII only";
 }
 
+// _strlwr works on eight bytes at a time: every byte value, at every place
+// in a word and in the tail behind the last whole word, lowers as the byte
+// rule says, and nothing behind the terminator is touched.
+TEST(Text, LowerCaseOfEveryByteAtEveryPlace) {
+    for (size_t length = 1; length <= 19; ++length)
+        for (int value = 1; value < 256; ++value) {
+            std::string text(length, 'Q');
+            text[(value + length) % length] = static_cast<char>(value);
+            std::string expected = text;
+            for (char& c : expected)
+                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+            std::string buffer = text + '\0' + "TAIL";
+            _strlwr(&buffer[0]);
+            ASSERT_EQ(expected + '\0' + "TAIL", buffer) << "byte " << value << ", length " << length;
+        }
+}
+
 // ---------------------------------------------------------------------------
 // FormatMessageA
 // ---------------------------------------------------------------------------
