@@ -33,6 +33,7 @@
 #include <new>
 
 #include "operations/operation.h"
+#include "paths/pathstring.h"
 #include "workspace/context.h"
 
 // ---------------------------------------------------------------------------
@@ -55,15 +56,6 @@ bool LibraryFileItem::isSystemLibrary() { return isSystem(); }
 
 static const char indexKeyword[] = "symloc";
 static const size_t lineSize = 1024;
-
-// line begins with "symloc" in any case; asked of every line of an index.
-static bool isIndexLine(const char* line) {
-    for (int i = 0; i < 6; ++i) {
-        const char c = line[i];
-        if ((c >= 'A' && c <= 'Z' ? c + 32 : c) != indexKeyword[i]) return false;
-    }
-    return true;
-}
 
 static bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -130,7 +122,9 @@ void LibraryFileItem::generateIndexList() {
         // At the end fgets fails and leaves line as it was: the last line
         // is parsed once more, as the format notes say.
         if (!fgets_unlocked(line, sizeof line, file) && ferror(file)) break;
-        if (!isIndexLine(line)) {
+        // Inline, not _strnicmp: asked of every line. The line buffer is
+        // whole, and a shorter line differs at its terminator.
+        if (!equalIgnoringCase(line, indexKeyword, 6)) {
             if (!inIndex) continue;
             // The start of this line: what the offsets count from.
             baseOffset = static_cast<int32_t>(ftell(file)) - static_cast<int32_t>(strlen(line));
