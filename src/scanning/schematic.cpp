@@ -213,11 +213,18 @@ int DesignFileItem::schematicLine(scanPass& pass) {
             if (pass.op.isScanOnly()) pass.state = PartLine;
             return 0;
         }
-        if (startsWith(line, "@VIEWS")) {
-            copyScanLine(pass.out, line);
-            pass.state = SchematicViews;
-            return 0;
-        }
+        // A section whose lines its own handler reads. No keyword here is
+        // the start of another, so the order of the tests does not matter.
+        static const struct {
+            const char* keyword;
+            int state;
+        } sections[] = {{"@VIEWS", SchematicViews}, {"@ANALYSIS", SchematicAnalysis}, {"@LIBRARIES", SchematicLibraries}};
+        for (const auto& section : sections)
+            if (startsWith(line, section.keyword)) {
+                copyScanLine(pass.out, line);
+                pass.state = section.state;
+                return 0;
+            }
         if (startsWith(line, "@INDEX")) {
             copyScanLine(pass.out, line);
             pass.state = PageIndex;
@@ -226,19 +233,9 @@ int DesignFileItem::schematicLine(scanPass& pass) {
             context.pageRecords.clear();
             return 0;
         }
-        if (startsWith(line, "@ANALYSIS")) {
-            copyScanLine(pass.out, line);
-            pass.state = SchematicAnalysis;
-            return 0;
-        }
         if (startsWith(line, "*page")) {
             if (pass.out) pageStep(pass);
             pass.state = Line;
-            return 0;
-        }
-        if (startsWith(line, "@LIBRARIES")) {
-            copyScanLine(pass.out, line);
-            pass.state = SchematicLibraries;
             return 0;
         }
     }
