@@ -499,15 +499,12 @@ int DesignFileItem::partLine(scanPass& pass) {
         DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
         packageLibraryFacts* facts = packageFactsOf(ws, entry->owner);
         pathstring path;
-        if (facts && facts->symbolPathKnown) {
+        if (facts && !facts->symbolPath.empty()) {
             path = facts->symbolPath;
         } else {
             copyCut(pass.work, scanLineSize, library);
             path = pathstring(pass.work);
-            if (facts) {
-                facts->symbolPath = path;
-                facts->symbolPathKnown = true;
-            }
+            if (facts) facts->symbolPath = path;
         }
         pass.op.dependencyFound(path, true, false);
         scanSymbolPackage(entry, pass.op);

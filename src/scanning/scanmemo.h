@@ -88,8 +88,8 @@ struct entryFacts {
 // item, its full path tidied, and its item as a file once the path has
 // been recorded.
 struct packageLibraryFacts {
-    // The symbol library's own path, tidied, once a part line has taken it.
-    bool symbolPathKnown = false;
+    // The symbol library's own path, tidied, once a part line has taken it
+    // (empty before: a library's full path never is).
     pathstring symbolPath;
     LibraryFileItem* packages = nullptr;
     std::string packagePath;
