@@ -27,6 +27,7 @@
 //   5. findPackage.
 //   6. The PartLine and PortLine states.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <set>
@@ -37,6 +38,7 @@
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "operations/operation.h"
+#include "paths/pathstring.h"
 #include "scanning/formats.h"
 #include "scanning/lineengine.h"
 #include "scanning/scanmemo.h"
@@ -75,46 +77,76 @@ void takeWord(const char* text, int index, char* out, size_t size) {
     }
 }
 
-// The look-up key of name (lower case), in a buffer kept between calls:
-// the usage lists are asked at every part line.
-static const std::string& lookUpKey(const char* name) {
-    static std::string key;
-    key.assign(name);
-    for (char& c : key)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A')); // ASCII only, as the C locale
+static char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+
+// name in lower case (ASCII only, as the C locale), for the parent walk.
+static std::string lowerCase(const char* name) {
+    std::string key(name);
+    for (char& c : key) c = lowerAscii(c);
     return key;
 }
 
-static std::string lowerCase(const char* text) { return lookUpKey(text); }
+// The hash of name's length bytes, lower-cased (FNV-1a).
+static uint32_t foldedHash(const char* name, size_t length) {
+    uint32_t hash = 2166136261u;
+    for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<unsigned char>(lowerAscii(name[i]))) * 16777619u;
+    return hash;
+}
+
+// Puts usage into the slots of index, behind the records of its name.
+static void placeRecord(usageNameIndex& index, libraryUsage* usage) {
+    const size_t length = usage->name.size();
+    const uint32_t hash = foldedHash(usage->name.data(), length);
+    const size_t mask = index.slots.size() - 1;
+    size_t i = hash & mask;
+    while (index.slots[i].usage) i = (i + 1) & mask;
+    index.slots[i] = {hash, static_cast<uint32_t>(length), usage};
+}
+
+// Indexes the whole list again, in list order, with room for one more.
+static void indexAgain(const std::list<libraryUsage*>& list, usageNameIndex& index) {
+    size_t capacity = 16;
+    while ((list.size() + 1) * 2 > capacity) capacity *= 2;
+    index.slots.assign(capacity, usageNameIndex::slot());
+    for (libraryUsage* each : list) placeRecord(index, each);
+    index.indexed = list.size();
+    index.last = list.empty() ? nullptr : list.back();
+}
 
 // Brings index up to list: nothing when it has indexed exactly the list,
 // else it reads the whole list again.
 static void syncIndex(const std::list<libraryUsage*>& list, usageNameIndex& index) {
     const libraryUsage* last = list.empty() ? nullptr : list.back();
-    if (index.indexed == list.size() && index.last == last) return;
-    index.recordsOfName.clear();
-    for (libraryUsage* each : list) index.recordsOfName[lowerCase(each->name.c_str())].push_back(each);
-    index.indexed = list.size();
-    index.last = last;
+    if (index.indexed != list.size() || index.last != last || index.slots.empty()) indexAgain(list, index);
+}
+
+// The first record of list, in list order, whose name equals name without
+// regard to case, and whose library is library unless anyLibrary is set.
+static libraryUsage* firstRecord(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name,
+                                 const LibraryFileItem* library, bool anyLibrary) {
+    syncIndex(list, index);
+    const size_t length = strlen(name);
+    const uint32_t hash = foldedHash(name, length);
+    const size_t mask = index.slots.size() - 1;
+    for (size_t i = hash & mask; index.slots[i].usage; i = (i + 1) & mask) {
+        const usageNameIndex::slot& slot = index.slots[i];
+        if (slot.hash == hash && slot.length == length && (anyLibrary || slot.usage->library == library) &&
+            equalIgnoringCase(slot.usage->name.data(), name, length))
+            return slot.usage;
+    }
+    return nullptr;
 }
 
 // The first record of list whose name equals name without regard to case.
 static libraryUsage* usageOfName(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name) {
-    syncIndex(list, index);
-    auto found = index.recordsOfName.find(lookUpKey(name));
-    return found == index.recordsOfName.end() ? nullptr : found->second.front();
+    return firstRecord(list, index, name, nullptr, true);
 }
 
 // The record of list with the name (without regard to case) and library,
 // or null.
 static libraryUsage* findRecord(const std::list<libraryUsage*>& list, usageNameIndex& index, const char* name,
                                 const LibraryFileItem* library) {
-    syncIndex(list, index);
-    auto found = index.recordsOfName.find(lookUpKey(name));
-    if (found != index.recordsOfName.end())
-        for (libraryUsage* known : found->second)
-            if (known->library == library) return known;
-    return nullptr;
+    return firstRecord(list, index, name, library, false);
 }
 
 // Appends usage to list unless a record of the same name (without regard
@@ -126,9 +158,13 @@ static libraryUsage* addUsage(std::list<libraryUsage*>& list, usageNameIndex& in
         return known;
     }
     list.push_back(usage);
-    index.recordsOfName[lowerCase(usage->name.c_str())].push_back(usage);
-    index.indexed = list.size();
-    index.last = usage;
+    if ((index.indexed + 1) * 2 > index.slots.size()) {
+        indexAgain(list, index);
+    } else {
+        placeRecord(index, usage);
+        index.indexed = list.size();
+        index.last = usage;
+    }
     return usage;
 }
 
@@ -176,7 +212,8 @@ static const char* librarySearchPath() {
 static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, usageNameIndex& index,
                         libraryUsage* usage, const char* start, InternalFunctionObject& op) {
     LibraryFileItem* library = usage->library;
-    if (!library || !usage->entry) return;
+    // Most entries have no parent: nothing to walk, nothing to remember.
+    if (!library || !usage->entry || !usage->entry->parent || !usage->entry->parent[0]) return;
     std::set<std::string> met;
     met.insert(lowerCase(start));
     std::string text = usage->entry->parent ? usage->entry->parent : "";

@@ -9,6 +9,8 @@
 //   5. Tidied paths; items recorded in a list.
 #include "scanning/scanmemo.h"
 
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <new>
@@ -53,7 +55,54 @@ static int spans = 0;
 static std::vector<openLibrary> openLibraries;
 static std::vector<std::unique_ptr<keptImage>> images;
 static size_t imageBytes = 0;
-static std::unordered_map<const libraryIndexEntry*, keptFacts> facts;
+// The facts by entry address, by open addressing over one array of slots
+// (a power of two long, at most half full): asked at every part line, where
+// a node per entry would cost a cache miss more per ask. The facts
+// themselves stay where they were made.
+namespace {
+struct factsTable {
+    struct slot {
+        const libraryIndexEntry* entry = nullptr; // null: empty
+        keptFacts* kept = nullptr;
+    };
+    std::vector<slot> slots;
+    std::deque<keptFacts> kept;
+
+    static size_t hashOf(const libraryIndexEntry* entry) {
+        return static_cast<size_t>((reinterpret_cast<uintptr_t>(entry) >> 3) * 0x9E3779B97F4A7C15ull >> 20);
+    }
+    bool empty() const { return kept.empty(); }
+    void clear() {
+        std::vector<slot>().swap(slots);
+        kept.clear();
+    }
+    // The facts of entry, made empty at the first ask.
+    keptFacts& operator[](const libraryIndexEntry* entry) {
+        if ((kept.size() + 1) * 2 > slots.size()) grow();
+        const size_t mask = slots.size() - 1;
+        size_t i = hashOf(entry) & mask;
+        for (; slots[i].entry; i = (i + 1) & mask)
+            if (slots[i].entry == entry) return *slots[i].kept;
+        kept.emplace_back();
+        slots[i] = {entry, &kept.back()};
+        return kept.back();
+    }
+
+private:
+    void grow() {
+        std::vector<slot> old(slots.empty() ? 64 : slots.size() * 2);
+        old.swap(slots);
+        const size_t mask = slots.size() - 1;
+        for (const slot& each : old) {
+            if (!each.entry) continue;
+            size_t i = hashOf(each.entry) & mask;
+            while (slots[i].entry) i = (i + 1) & mask;
+            slots[i] = each;
+        }
+    }
+};
+} // namespace
+static factsTable facts;
 static uint64_t factsReleases = 0; // LibraryFileItem::indexReleases() when facts was last valid
 static std::unordered_map<const fileItem*, LibraryFileItem*> libraryOfItem;
 static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packageLibraryFacts> packageFacts;

@@ -137,12 +137,21 @@ public:
 // 3. DesignFileItem
 // ---------------------------------------------------------------------------
 
-// The records of a usage list by lower-case name, in list order. Kept by
-// the symbol resolution, which alone appends to the used symbols and
-// packages; a list emptied or changed elsewhere is noticed by its length
-// and last record, and indexed again.
+// The records of a usage list by name without regard to case, in list
+// order: asked at every part line of a schematic. One array of slots by
+// open addressing (a power of two long, at most half full): a node per
+// name would cost a cache miss more per ask. Records of the same name stand
+// along one probe run in list order. Kept by the symbol resolution, which
+// alone appends to the used symbols and packages; a list emptied or
+// changed elsewhere is noticed by its length and last record, and indexed
+// again.
 struct usageNameIndex {
-    std::unordered_map<std::string, std::vector<libraryUsage*>> recordsOfName;
+    struct slot {
+        uint32_t hash = 0;    // of the name, lower-cased
+        uint32_t length = 0;  // of the name
+        libraryUsage* usage = nullptr; // null: empty
+    };
+    std::vector<slot> slots;
     size_t indexed = 0;                   // records of the list indexed
     const libraryUsage* last = nullptr;   // the last of them
 };
