@@ -182,10 +182,10 @@ int main() {
     });
 
     printf("scan records %zu files and %zu symbols\n", dependencies, symbols);
-    printf("cat      %8.3f s\n", cat);
-    printf("cat(1)   %8.3f s  (the program, process start included)\n", catProgram);
-    printf("scan     %8.3f s  %5.2fx cat (target: within 5x), %5.2fx cat(1)\n", scan, scan / cat, scan / catProgram);
-    printf("scan with half the symbols missing %8.3f s  %5.2fx cat\n", scanMissing, scanMissing / cat);
+    printf("cat      %8.4f s\n", cat);
+    printf("cat(1)   %8.4f s  (the program, process start included)\n", catProgram);
+    printf("scan     %8.4f s  %5.2fx cat (target: within 5x), %5.2fx cat(1)\n", scan, scan / cat, scan / catProgram);
+    printf("scan with half the symbols missing %8.4f s  %5.2fx cat\n", scanMissing, scanMissing / cat);
     printf("cp       %8.3f s\n", cp);
     printf("rewrite  %8.3f s  %5.2fx cp\n", rewrite, rewrite / cp);
     removeTree(root);
