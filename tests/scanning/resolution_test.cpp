@@ -473,6 +473,29 @@ TEST_F(Resolution, EveryUseOfASymbolLeavesItsTracesThoughItsTextIsReadOnce) {
     EXPECT_EQ(usages(top->getUsedPackages()), (std::vector<std::string>{"rc05 parts.plb", "ck05 parts.plb"}));
 }
 
+// Enough symbols that the index of the used symbols grows several times
+// while a pass asks it; each name is found again in any case.
+TEST_F(Resolution, ManySymbolsAreEachRecordedOnceWhateverTheCase) {
+    std::vector<std::pair<std::string, std::string>> entries;
+    for (int n = 0; n < 50; ++n) {
+        const std::string name = "s" + std::to_string(n);
+        entries.push_back({n % 5 == 4 ? name + ":s" + std::to_string(n - 1) : name, symbolText(name, "")});
+    }
+    // S4 first: its parent is recorded as "s3" before any line names S3.
+    std::string lines = "part 0 S4 0 0 h\n";
+    for (int n = 0; n < 50; ++n) lines += "part " + std::to_string(n + 1) + " S" + std::to_string(n) + " 0 0 h\n";
+    for (int n = 49; n >= 0; --n) lines += "part " + std::to_string(n + 51) + " s" + std::to_string(n) + " 0 0 h\n";
+    open({{"top.sch", schematic(kParts, lines)}, {"parts.slb", libraryText(entries)}});
+    DesignFileItem* top = scan("top.sch");
+    std::vector<std::string> expected{"S4 parts.slb", "s3 parts.slb"};
+    for (int n = 0; n < 50; ++n) {
+        if (n == 3 || n == 4) continue;
+        expected.push_back("S" + std::to_string(n) + " parts.slb"); // a parent is met as the line before
+    }
+    EXPECT_EQ(usages(top->getUsedSymbols()), expected);
+    EXPECT_TRUE(missing().empty());
+}
+
 TEST_F(Resolution, WhatOneScanKeptIsNotTakenIntoTheNext) {
     // Both packages' names have the same length, so the index stays true
     // when the one replaces the other.
