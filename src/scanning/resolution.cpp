@@ -444,7 +444,11 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     }
     if (package) {
         package->owner = packages;
-        pathstring path = beside ? pathstring(beside->packagePath) : pathstring(packages->getFullPath());
+        static pathstring path; // kept: its room serves every part line
+        if (beside)
+            path = beside->packagePath;
+        else
+            path = packages->getFullPath();
         op.dependencyFound(path, false, false);
         // The item of the path as the operation left it.
         const bool same = beside && path == beside->packagePath;
@@ -535,12 +539,12 @@ int DesignFileItem::partLine(scanPass& pass) {
         // The tidied path of a library is formed once in a scan.
         DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
         packageLibraryFacts* facts = packageFactsOf(ws, entry->owner);
-        pathstring path;
+        static pathstring path; // kept: its room serves every part line
         if (facts && !facts->symbolPath.empty()) {
             path = facts->symbolPath;
         } else {
             copyCut(pass.work, scanLineSize, library);
-            path = pathstring(pass.work);
+            path = pass.work;
             if (facts) facts->symbolPath = path;
         }
         pass.op.dependencyFound(path, true, false);

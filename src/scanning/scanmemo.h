@@ -92,7 +92,7 @@ struct packageLibraryFacts {
     // (empty before: a library's full path never is).
     pathstring symbolPath;
     LibraryFileItem* packages = nullptr;
-    std::string packagePath;
+    pathstring packagePath;
     fileItem* packageItem = nullptr;
 };
 
