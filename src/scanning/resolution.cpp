@@ -60,20 +60,24 @@ static void report(InternalFunctionObject& op, const KVE_callBackAction& action,
     if (op.reportProblem(action, detail, item)) resolutionCancelled = true;
 }
 
+// A byte loop rather than strcspn: words here are a few bytes long, and a
+// part line takes two of them.
 void takeWord(const char* text, int index, char* out, size_t size) {
     out[0] = '\0';
     const char* p = text;
     for (int i = 0;; ++i) {
         while (*p == ' ' || *p == '\t') ++p;
         if (!*p) return;
-        const size_t length = strcspn(p, " \t");
+        const char* end = p;
+        while (*end && *end != ' ' && *end != '\t') ++end;
         if (i == index) {
+            const size_t length = static_cast<size_t>(end - p);
             const size_t take = length < size - 1 ? length : size - 1;
             memcpy(out, p, take);
             out[take] = '\0';
             return;
         }
-        p += length;
+        p = end;
     }
 }
 
@@ -515,8 +519,9 @@ libraryIndexEntry* DesignFileItem::findPackage(const char* name, char* libraryHi
 // The symbol of a part or port line: the second word behind its first five
 // characters, into currentSymbolName. Null when the line names none.
 static const char* symbolNameOf(const char* line, scanContext& context) {
-    const size_t length = strlen(line);
-    takeWord(line + (length < 5 ? length : 5), 1, context.currentSymbolName, sizeof context.currentSymbolName);
+    size_t skip = 0; // five characters, or fewer in a shorter line
+    while (skip < 5 && line[skip]) ++skip;
+    takeWord(line + skip, 1, context.currentSymbolName, sizeof context.currentSymbolName);
     return context.currentSymbolName[0] ? context.currentSymbolName : nullptr;
 }
 

@@ -239,12 +239,20 @@ int DesignFileItem::schematicLine(scanPass& pass) {
             return 0;
         }
     }
-    // The references below all hold "=", but for an "i" line's quoted name.
-    const bool assigns = strchr(line, '=') != nullptr;
-    if (assigns && strstr(line, "COMPONENT=")) return packageReference(*this, pass, "COMPONENT=");
-    if (assigns && strstr(line, "PART=")) return packageReference(*this, pass, "PART=");
+    // Each keyword below ends in "=" (only an "i" line's quoted name has
+    // none): one walk over the "="s of the line tells which of them stand
+    // anywhere in it, as a search for each would.
+    bool component = false, part = false, fileName = false;
+    for (const char* equals = strchr(line, '='); equals; equals = strchr(equals + 1, '=')) {
+        const size_t before = static_cast<size_t>(equals - line);
+        component = component || (before >= 9 && memcmp(equals - 9, "COMPONENT", 9) == 0);
+        part = part || (before >= 4 && memcmp(equals - 4, "PART", 4) == 0);
+        fileName = fileName || (before >= 8 && _strnicmp(equals - 8, "filename", 8) == 0);
+    }
+    if (component) return packageReference(*this, pass, "COMPONENT=");
+    if (part) return packageReference(*this, pass, "PART=");
 
-    char* value = assigns || first == 'i' || first == 'I' ? findFileNameValue(line) : nullptr;
+    char* value = fileName || first == 'i' || first == 'I' ? findFileNameValue(line) : nullptr;
     if (value) {
         const bool quoted = *value == '"';
         const pathstring named(value); // tidied: quotes go

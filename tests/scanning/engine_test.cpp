@@ -8,6 +8,7 @@
 #include <random>
 
 #include "libraries/libraryitem.h"
+#include "scanning/formats.h"
 #include "scanning/lineengine.h"
 #include "scanning/scantest.h"
 
@@ -44,6 +45,32 @@ TEST(FileNameValue, Table) {
         ASSERT_NE(value, nullptr) << r.line;
         EXPECT_STREQ(value, r.value) << r.line;
         EXPECT_TRUE(value >= line && value <= line + strlen(line)) << "a position inside the line given: " << r.line;
+    }
+}
+
+// The word of a part line that names its symbol, and the cut to the buffer.
+TEST(TakeWord, Table) {
+    struct row {
+        const char* text;
+        int index;
+        size_t size;
+        const char* word;
+    };
+    const row rows[] = {
+        {"part 12 R_SMD 10 20 h", 2, 64, "R_SMD"},
+        {"  \t part\t\t12  R ", 2, 64, "R"},     // runs of blanks and tabs count once
+        {"part 12", 2, 64, ""},                   // fewer words
+        {"part 12 ", 2, 64, ""},
+        {"", 0, 64, ""},
+        {"abc", 0, 3, "ab"},                      // cut to the buffer, terminated
+        {"abc def", 1, 1, ""},
+        {"a\rb c", 0, 64, "a\rb"},              // only blank and tab part words
+    };
+    for (const row& r : rows) {
+        char out[64];
+        memset(out, 'x', sizeof out);
+        takeWord(r.text, r.index, out, r.size);
+        EXPECT_STREQ(out, r.word) << r.text << " word " << r.index;
     }
 }
 
