@@ -177,8 +177,13 @@ const libraryImage* libraryImageOf(LibraryFileItem* library) {
     if (size >= 0 && imageBytes <= maxImageBytes && static_cast<size_t>(size) <= maxImageBytes - imageBytes && fseek(file, 0, SEEK_SET) == 0) {
         // One byte more than the size asks the stream to find the end, so
         // that a file grown since the size was taken is not cut silently.
-        std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(size) + 1]);
-        const size_t read = bytes ? fread(bytes.get(), 1, static_cast<size_t>(size) + 1, file) : 0;
+        // Read by blocks straight into the image: a library is megabytes,
+        // and a copy through the stream's buffer would double the work.
+        const size_t want = static_cast<size_t>(size) + 1;
+        std::unique_ptr<char[]> bytes(new (std::nothrow) char[want]);
+        size_t read = 0;
+        for (size_t got = 1; bytes && read < want && got > 0; read += got)
+            got = kvFreadBlock(file, bytes.get() + read, want - read);
         if (bytes && read == static_cast<size_t>(size) && !ferror(file)) {
             const char* kept = bytes.get();
             images.emplace_back(new keptImage{library, library->getFullPath(), std::move(bytes), {kept, read}});
