@@ -88,7 +88,7 @@ void DesignFileItem::addSystemDependency(fileItem* item) {
 }
 
 LibraryFileItem* DesignFileItem::addUsedLibrary(pathstring& path) {
-    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    DesignWorkspace* ws = getDesignOwner();
     if (!ws) return nullptr;
     if (path.getPath().empty()) path.assignRelativeTo(ws->getDirectoryString());
     LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(ws->addLibraryItem(path.c_str(), nullptr));

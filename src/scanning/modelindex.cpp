@@ -40,7 +40,7 @@ libraryUsage* findUsage(const std::list<libraryUsage*>& list, const libraryUsage
 }
 
 libraryUsage* DesignFileItem::makeModelUsage(pathstring& libraryPath, int offset, int size) {
-    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    DesignWorkspace* ws = getDesignOwner();
     if (!ws) return nullptr;
     if (libraryPath.getPath().empty()) libraryPath.assignRelativeTo(ws->getDirectoryString());
     LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(ws->addLibraryItem(libraryPath.c_str(), nullptr));
@@ -79,7 +79,7 @@ void DesignFileItem::readModelIndex(InternalFunctionObject& op) {
     std::string saved;
     enterScanDirectory(directoryPath, saved);
 
-    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    DesignWorkspace* ws = getDesignOwner();
     char line[scanLineSize];
     std::string libraryName;
     bool damaged = false;

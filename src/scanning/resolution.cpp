@@ -333,7 +333,7 @@ static void placeViewItem(DesignFileItem& owner, fileItem* item, bool system) {
 void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject& op) {
     LibraryFileItem* library = usage->library;
     libraryIndexEntry* entry = usage->entry;
-    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    DesignWorkspace* ws = getDesignOwner();
     entryFacts* facts = factsOfEntry(ws, library, entry);
     if (facts && facts->viewsKnown) {
         for (const auto& view : facts->views) placeViewItem(*this, view.first, view.second);
@@ -411,7 +411,7 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
     // Every name met from here is a full path (of a library, or of a
     // package library beside one), so the current directory, which a pass
     // has set to this item's already, plays no part.
-    DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+    DesignWorkspace* ws = getDesignOwner();
     entryFacts* facts = factsOfEntry(ws, library, entry);
     std::string name;
     if (!packageNameOf(library, entry, facts, name, op)) return;
@@ -542,7 +542,7 @@ int DesignFileItem::partLine(scanPass& pass) {
         const char* library = entry->owner->getFullPath();
         copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, library);
         // The tidied path of a library is formed once in a scan.
-        DesignWorkspace* ws = dynamic_cast<DesignWorkspace*>(owner);
+        DesignWorkspace* ws = getDesignOwner();
         packageLibraryFacts* facts = packageFactsOf(ws, entry->owner);
         static pathstring path; // kept: its room serves every part line
         if (facts && !facts->symbolPath.empty()) {

@@ -38,7 +38,7 @@ fileStamp fileStamp::of(const WIN32_FIND_DATA& found) {
 fileItem::~fileItem() {}
 
 DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* directory, workspace* owner_)
-    : owner(owner_), found(record) {
+    : owner(owner_), found(record), designOwner(dynamic_cast<DesignWorkspace*>(owner_)) {
     // The enumerations start on their invalid rows (their default), the
     // stamps at zero.
     if (!directory || !*directory) return;
@@ -48,7 +48,7 @@ DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const char* direct
 }
 
 DesignFileItem::DesignFileItem(const WIN32_FIND_DATA& record, const pathstring& tidiedDirectory, workspace* owner_)
-    : owner(owner_), found(record) {
+    : owner(owner_), found(record), designOwner(dynamic_cast<DesignWorkspace*>(owner_)) {
     if (!tidiedDirectory.empty()) placeIn(tidiedDirectory);
 }
 

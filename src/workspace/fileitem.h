@@ -232,6 +232,9 @@ public:
     void buildSubCategoryItems();
 
     workspace* getOwner() const { return owner; }
+    // The owner as the one workspace implementation (null for none), found
+    // once: a scan asks at every part line.
+    DesignWorkspace* getDesignOwner() const { return designOwner; }
     unsigned getVisitMark() const { return visitMark; }
     void setVisitMark(unsigned mark) { visitMark = mark; }
 
@@ -389,6 +392,7 @@ protected:
     std::list<libraryUsage*> usedPackages;   // owned
     usageNameIndex usedSymbolIndex;          // of usedSymbols
     usageNameIndex usedPackageIndex;         // of usedPackages
+    DesignWorkspace* designOwner;            // owner, cast once
 
 private:
     friend class DesignWorkspace;
