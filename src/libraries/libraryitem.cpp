@@ -105,36 +105,111 @@ void readIndexFields(const char* text, char* name, int& offset, int& size, char&
     if (*p) mark = *p;
 }
 
+// The lines of a file exactly as a loop of fgets into a buffer of lineSize
+// bytes and feof gives them, read by large blocks: an index has tens of
+// thousands of lines, and a call of the stream per line cost more than the
+// parsing. A line is at most lineSize - 1 bytes, so a longer one comes in
+// pieces; NUL bytes are copied as they are. The end of the file is seen
+// as fgets sees it: only by a read that meets it, so a file that ends with
+// a line feed gives one more failed read, which leaves the buffer alone.
+namespace {
+class indexLines {
+public:
+    explicit indexLines(FILE* file_) : file(file_), block(blockSize) {}
+
+    // The next line into line, terminated. False at the end of the file or
+    // on a read error, with line untouched (but for an error mid-line).
+    bool next(char* line) {
+        size_t length = 0;
+        while (length < lineSize - 1) {
+            if (start == end && !fill()) break;
+            const size_t room = std::min(end - start, lineSize - 1 - length);
+            const char* from = block.data() + start;
+            const char* feed = static_cast<const char*>(memchr(from, '\n', room));
+            const size_t take = feed ? static_cast<size_t>(feed - from) + 1 : room;
+            memcpy(line + length, from, take);
+            length += take;
+            start += take;
+            position += static_cast<long>(take);
+            if (feed) break;
+        }
+        if (length == 0 || error) return false;
+        line[length] = '\0';
+        return true;
+    }
+    bool atEnd() const { return ended; }
+    bool failed() const { return error; }
+    // The offset of the first byte not yet given out.
+    long tell() const { return position; }
+
+private:
+    static const size_t blockSize = 64 * 1024;
+
+    bool fill() {
+        if (ended || error) return false;
+        start = 0;
+        end = kvFreadBlock(file, block.data(), block.size());
+        if (end == 0) {
+            if (ferror(file))
+                error = true;
+            else
+                ended = true;
+        }
+        return end > 0;
+    }
+
+    FILE* file;
+    std::vector<char> block;
+    size_t start = 0, end = 0;
+    long position = 0;
+    bool ended = false, error = false;
+};
+} // namespace
+
+// The keyword of an index line, without regard to case. line has room for
+// more than the keyword. Setting the 0x20 bit folds a letter's case and
+// makes no other byte into a letter of the keyword, so one compare does.
+static bool isIndexLine(const char* line) {
+    uint64_t head = 0, keyword = 0;
+    memcpy(&head, line, 6);
+    memcpy(&keyword, indexKeyword, 6);
+    return (head | 0x202020202020ull) == keyword;
+}
+
 void LibraryFileItem::generateIndexList() {
     const char* path = getFullPath();
     FILE* file = kvFopen(path, "rb");
     kvTrace("LibraryFileItem::generateIndexList() for %s\n", path);
     if (!file) return;
-    const size_t firstNew = indexEntries.size();
+    indexLines lines(file);
+    struct pendingName {
+        std::string_view name;
+        uint32_t hash;
+        size_t position;
+    };
+    std::vector<pendingName> pending;
     char line[lineSize] = "";
     char name[lineSize];
     int offset = 0, size = 0;
     bool inIndex = false;
     bool ended = false;
-    // The position behind the last line read is asked once, where the loop
-    // ends: a seek per line would cost more than the reading.
-    while (!feof(file)) {
-        // At the end fgets fails and leaves line as it was: the last line
+    while (!lines.atEnd()) {
+        // At the end the read fails and leaves line as it was: the last line
         // is parsed once more, as the format notes say.
-        if (!fgets_unlocked(line, sizeof line, file) && ferror(file)) break;
-        // Inline, not _strnicmp: asked of every line. The line buffer is
-        // whole, and a shorter line differs at its terminator.
-        if (!equalIgnoringCase(line, indexKeyword, 6)) {
+        if (!lines.next(line) && lines.failed()) break;
+        // The line buffer is whole, and a shorter line differs at its
+        // terminator.
+        if (!isIndexLine(line)) {
             if (!inIndex) continue;
             // The start of this line: what the offsets count from.
-            baseOffset = static_cast<int32_t>(ftell(file)) - static_cast<int32_t>(strlen(line));
+            baseOffset = static_cast<int32_t>(lines.tell()) - static_cast<int32_t>(strlen(line));
             ended = true;
             break;
         }
         name[0] = 0;
         char mark = 0;
         // The fields start behind "symloc" and one separator.
-        if (strlen(line) > 7) readIndexFields(line + 7, name, offset, size, mark);
+        if (line[6] && line[7]) readIndexFields(line + 7, name, offset, size, mark);
         inIndex = true;
         char* parent = strchr(name, ':');
         if (parent) *parent++ = 0;
@@ -149,10 +224,10 @@ void LibraryFileItem::generateIndexList() {
         entry->pooled = true;
         entry->names = block + sizeof(libraryIndexEntry);
         entry->names[0] = ',';
-        memcpy(entry->names + 1, name, length);
+        for (size_t i = 0; i < length; ++i)
+            entry->names[i + 1] = name[i] >= 'A' && name[i] <= 'Z' ? static_cast<char>(name[i] + ('a' - 'A')) : name[i];
         entry->names[length + 1] = ',';
         entry->names[length + 2] = '\0';
-        _strlwr(entry->names + 1);
         if (parent) {
             entry->parent = entry->names + length + 3;
             memcpy(entry->parent, parent, parentSize);
@@ -161,13 +236,20 @@ void LibraryFileItem::generateIndexList() {
         entry->size = size;
         entry->isBlock = mark == 'b';
         entry->owner = this;
+        // Each single name with its hash, taken while the names are fresh
+        // in the cache; the table takes them all at once behind the loop,
+        // at its final size.
+        const char* first = entry->names + 1;
+        for (const char* comma; (comma = strchr(first, ',')) != nullptr; first = comma + 1) {
+            const std::string_view single(first, static_cast<size_t>(comma - first));
+            pending.push_back({single, nameTable::hashOf(single), indexEntries.size()});
+        }
         indexEntries.push_back(entry);
     }
-    if (!ended) baseOffset = static_cast<int32_t>(ftell(file));
+    if (!ended) baseOffset = static_cast<int32_t>(lines.tell());
     fclose(file);
-    // The names go into the map once the entries are known, in file order.
-    firstEntryOfName.reserve(indexEntries.size() - firstNew);
-    for (size_t position = firstNew; position < indexEntries.size(); ++position) indexNames(position);
+    firstEntryOfName.reserve(pending.size());
+    for (const pendingName& each : pending) firstEntryOfName.add(each.name, each.hash, each.position);
 }
 
 void* LibraryFileItem::fromPool(size_t size) {
@@ -220,9 +302,8 @@ void LibraryFileItem::nameTable::reserve(size_t names) {
     if (capacity != slots.size()) grow(capacity);
 }
 
-void LibraryFileItem::nameTable::add(std::string_view name, size_t position) {
+void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, size_t position) {
     reserve(1);
-    const uint32_t hash = hashOf(name);
     const size_t mask = slots.size() - 1;
     size_t i = hash & mask;
     for (; slots[i].name; i = (i + 1) & mask)
@@ -252,8 +333,10 @@ void LibraryFileItem::indexNames(size_t position) {
     if (!names) return;
     // names is ",a,b,": every name stands between two commas.
     const char* start = names + 1;
-    for (const char* comma; (comma = strchr(start, ',')) != nullptr; start = comma + 1)
-        firstEntryOfName.add(std::string_view(start, static_cast<size_t>(comma - start)), position);
+    for (const char* comma; (comma = strchr(start, ',')) != nullptr; start = comma + 1) {
+        const std::string_view name(start, static_cast<size_t>(comma - start));
+        firstEntryOfName.add(name, nameTable::hashOf(name), position);
+    }
 }
 
 void LibraryFileItem::addIndexEntry(libraryIndexEntry* entry) {

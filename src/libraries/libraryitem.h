@@ -122,8 +122,10 @@ private:
         void clear();
         // Makes room for names more names without growing on the way.
         void reserve(size_t names);
-        // Enters name for the entry at position unless it is held already.
-        void add(std::string_view name, size_t position);
+        // Enters name for the entry at position unless it is held already;
+        // hash is hashOf(name).
+        void add(std::string_view name, uint32_t hash, size_t position);
+        static uint32_t hashOf(std::string_view name);
         // The position of name's entry, or -1.
         long find(std::string_view name) const;
 
@@ -134,7 +136,6 @@ private:
             uint32_t hash = 0;
             size_t position = 0;
         };
-        static uint32_t hashOf(std::string_view name);
         void grow(size_t capacity);
         std::vector<slot> slots; // a power of two long, at most half full
         size_t held = 0;

@@ -4,7 +4,10 @@
 // name map answers exactly as a walk of the entries in file order.
 #include "libtest.h"
 
+#include <strings.h>
+
 #include <cstring>
+#include <random>
 
 #include "libraries/libraryitem.h"
 #include "workspace/workspace.h"
@@ -178,5 +181,119 @@ TEST_F(Index, MapAgreesWithAWalkInFileOrder) {
                 }
             EXPECT_EQ(find(lib, name.c_str()), walked) << name;
         }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// The index read by blocks against the line loop it replaced
+// ---------------------------------------------------------------------------
+
+// The index as a loop of fgets into a 1024-byte buffer reads it: kept here
+// as the reference for every quirk of that loop (pieces of 1023 bytes, NUL
+// bytes, the last line read twice, where the offsets count from). Each
+// entry as "names parent offset size block"; then the base offset.
+static std::vector<std::string> indexByLines(const std::string& hostPath) {
+    std::vector<std::string> result;
+    FILE* file = fopen(hostPath.c_str(), "rb");
+    if (!file) return result;
+    char line[1024] = "", name[1024];
+    int offset = 0, size = 0;
+    bool inIndex = false, ended = false;
+    long base = 0;
+    while (!feof(file)) {
+        if (!fgets(line, sizeof line, file) && ferror(file)) break;
+        if (strncasecmp(line, "symloc", 6) != 0) {
+            if (!inIndex) continue;
+            base = ftell(file) - static_cast<long>(strlen(line));
+            ended = true;
+            break;
+        }
+        name[0] = 0;
+        char mark = 0;
+        if (strlen(line) > 7) readIndexFields(line + 7, name, offset, size, mark);
+        inIndex = true;
+        char* parent = strchr(name, ':');
+        if (parent) *parent++ = 0;
+        if (!name[0]) continue;
+        std::string names = std::string(",") + name + ",";
+        for (char& c : names)
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+        result.push_back(names + " " + (parent ? parent : "-") + " " + std::to_string(offset) + " " +
+                         std::to_string(size) + " " + (mark == 'b' ? "b" : "-"));
+    }
+    if (!ended) base = ftell(file);
+    fclose(file);
+    result.push_back("base " + std::to_string(base));
+    return result;
+}
+
+class IndexByBlocks : public Index {
+protected:
+    // Reads content both ways and compares every entry and the base offset.
+    void expectSame(const std::string& content, const std::string& what) {
+        LibraryFileItem* lib = library(content);
+        find(lib, "x");
+        std::vector<std::string> read;
+        for (const libraryIndexEntry* e : lib->getIndexEntries())
+            read.push_back(std::string(e->names) + " " + (e->parent ? e->parent : "-") + " " +
+                           std::to_string(e->offset) + " " + std::to_string(e->size) + " " + (e->isBlock ? "b" : "-"));
+        read.push_back("base " + std::to_string(lib->getBaseOffset()));
+        EXPECT_EQ(read, indexByLines(dir.host("libs/t.slb"))) << what;
+        lib->releaseIndex();
+    }
+};
+
+TEST_F(IndexByBlocks, CraftedLines) {
+    const std::string piece(1023 - 7, 'n'); // "symloc " and this fill one piece
+    const struct {
+        const char* what;
+        std::string content;
+    } rows[] = {
+        {"empty file", ""},
+        {"the keyword alone", "symloc"},
+        {"the keyword and a blank", "symloc \n"},
+        {"no line feed at the end", "symloc A 1 2\nsymloc B 3 4"},
+        {"a line feed at the end", "symloc A 1 2\nsymloc B 3 4\n"},
+        {"CR LF", "@INDEX\r\nsymloc A 1 2 b\r\nsymloc B:A 3 4\r\n*symbol A\r\n"},
+        {"a piece of exactly 1023 bytes ends the file", "symloc " + piece},
+        {"a piece of exactly 1023 bytes, then a line feed", "symloc " + piece + "\nbody\n"},
+        {"a 1024-byte line: its last byte is a piece of its own", "symloc " + piece + "x\nbody\n"},
+        {"the second piece of a long line is an index line",
+         "symloc " + piece + "symloc HIDDEN 5 6\nsymloc C 7 8\n*\n"},
+        {"lines of 2047 and 2048 bytes", "symloc " + piece + piece + "abcdefg\nsymloc " + piece + piece +
+                                             "abcdefgh\n*\n"},
+        {"a NUL inside an index line", std::string("symloc A 1 2\nsymloc B\0junk 3 4\nsymloc C 5 6\n*\n", 40)},
+        {"a NUL in the first line behind the index", std::string("symloc A 1 2\nbo\0dy\n", 19)},
+        {"a NUL in the keyword", std::string("sym\0oc A 1 2\nsymloc B 3 4\n*\n", 28)},
+        {"lines ahead of the index", "* comment\n@INDEX\nSymLoc A 10 20\nsymloc B:A 30 5 b\n*symbol A\n"},
+    };
+    for (const auto& row : rows) expectSame(row.content, row.what);
+}
+
+// Indexes larger than a block, so that lines cross the block boundaries at
+// every position, with lines of every length up to past two pieces.
+TEST_F(IndexByBlocks, LargeAndRandomIndexes) {
+    std::string large = "@INDEX\n";
+    for (int i = 0; large.size() < 200000; ++i)
+        large += "symloc S" + std::to_string(i) + std::string(static_cast<size_t>(i % 37), 'x') + ",A" +
+                 std::to_string(i) + (i % 3 ? ":P" : "") + " " + std::to_string(i * 7) + " " + std::to_string(i % 50) +
+                 (i % 4 ? "\n" : " b\n");
+    expectSame(large + "*symbol S0\n", "a large index");
+    expectSame(large, "a large index that ends the file");
+
+    std::mt19937 random(20261123);
+    const char alphabet[] = "symlocSYMLOC 0123456789-+:,b\t\r\n\n\n";
+    for (int round = 0; round < 40; ++round) {
+        std::string content;
+        const size_t lines = 1 + random() % 3000;
+        for (size_t n = 0; n < lines; ++n) {
+            if (random() % 4) content += random() % 2 ? "symloc " : "SYMLOC\t";
+            const size_t length = random() % 5 == 0 ? random() % 2500 : random() % 40;
+            for (size_t k = 0; k < length; ++k)
+                content += random() % 200 == 0 ? '\0' : alphabet[random() % (sizeof alphabet - 1)];
+            content += random() % 10 ? "\n" : "\r\n";
+        }
+        if (random() % 2) content.pop_back();
+        expectSame(content, "random round " + std::to_string(round));
     }
 }

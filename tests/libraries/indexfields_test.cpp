@@ -56,6 +56,9 @@ TEST(IndexFields, LinesOfRealAndDamagedLibraries) {
         "name 99999999999 -99999999999\n",        // beyond int, within long
         "name 9223372036854775807 9223372036854775808\n", // around the long's end
         "name -9223372036854775808 -99999999999999999999999\n",
+        "name 12345678 -87654321 b\n", // eight digits, as libraries write them
+        "name 1234567 123456789\n",    // one fewer and one more
+        "name 09090909 +99999999\n",
         "name 1 2 \n",            // nothing after the size but blanks
         "name 1 2 bb\n",          // the mark is one character
         "",
