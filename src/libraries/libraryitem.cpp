@@ -185,7 +185,7 @@ void LibraryFileItem::generateIndexList() {
     struct pendingName {
         std::string_view name;
         uint32_t hash;
-        size_t position;
+        libraryIndexEntry* entry;
     };
     std::vector<pendingName> pending;
     char line[lineSize] = "";
@@ -242,14 +242,14 @@ void LibraryFileItem::generateIndexList() {
         const char* first = entry->names + 1;
         for (const char* comma; (comma = strchr(first, ',')) != nullptr; first = comma + 1) {
             const std::string_view single(first, static_cast<size_t>(comma - first));
-            pending.push_back({single, nameTable::hashOf(single), indexEntries.size()});
+            pending.push_back({single, nameTable::hashOf(single), entry});
         }
         indexEntries.push_back(entry);
     }
     if (!ended) baseOffset = static_cast<int32_t>(lines.tell());
     fclose(file);
     firstEntryOfName.reserve(pending.size());
-    for (const pendingName& each : pending) firstEntryOfName.add(each.name, each.hash, each.position);
+    for (const pendingName& each : pending) firstEntryOfName.add(each.name, each.hash, each.entry);
 }
 
 void* LibraryFileItem::fromPool(size_t size) {
@@ -302,7 +302,7 @@ void LibraryFileItem::nameTable::reserve(size_t names) {
     if (capacity != slots.size()) grow(capacity);
 }
 
-void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, size_t position) {
+void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, libraryIndexEntry* entry) {
     reserve(1);
     const size_t mask = slots.size() - 1;
     size_t i = hash & mask;
@@ -312,30 +312,30 @@ void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, size_
     slots[i].name = name.data();
     slots[i].length = static_cast<uint32_t>(name.size());
     slots[i].hash = hash;
-    slots[i].position = position;
+    slots[i].entry = entry;
     ++held;
 }
 
-long LibraryFileItem::nameTable::find(std::string_view name) const {
-    if (slots.empty()) return -1;
+libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name) const {
+    if (slots.empty()) return nullptr;
     const uint32_t hash = hashOf(name);
     const size_t mask = slots.size() - 1;
     for (size_t i = hash & mask; slots[i].name; i = (i + 1) & mask)
         if (slots[i].hash == hash && slots[i].length == name.size() && memcmp(slots[i].name, name.data(), name.size()) == 0)
-            return static_cast<long>(slots[i].position);
-    return -1;
+            return slots[i].entry;
+    return nullptr;
 }
 
-// Enters each single name of the entry at position into the map, unless an
+// Enters each single name of entry into the map, unless an
 // earlier entry holds it already.
-void LibraryFileItem::indexNames(size_t position) {
-    const char* names = indexEntries[position]->names;
+void LibraryFileItem::indexNames(libraryIndexEntry* entry) {
+    const char* names = entry->names;
     if (!names) return;
     // names is ",a,b,": every name stands between two commas.
     const char* start = names + 1;
     for (const char* comma; (comma = strchr(start, ',')) != nullptr; start = comma + 1) {
         const std::string_view name(start, static_cast<size_t>(comma - start));
-        firstEntryOfName.add(name, nameTable::hashOf(name), position);
+        firstEntryOfName.add(name, nameTable::hashOf(name), entry);
     }
 }
 
@@ -343,7 +343,7 @@ void LibraryFileItem::addIndexEntry(libraryIndexEntry* entry) {
     if (!entry) return;
     entry->owner = this;
     indexEntries.push_back(entry);
-    indexNames(indexEntries.size() - 1);
+    indexNames(entry);
 }
 
 // ---------------------------------------------------------------------------
@@ -378,8 +378,7 @@ libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFun
     // walk in file order.
     bool plain = length >= 2 && key[length - 1] == ',' && !memchr(key + 1, ',', length - 2);
     if (!plain) return linearSearch(key);
-    const long found = firstEntryOfName.find(std::string_view(key + 1, length - 2));
-    return found < 0 ? nullptr : indexEntries[static_cast<size_t>(found)];
+    return firstEntryOfName.find(std::string_view(key + 1, length - 2));
 }
 
 static uint64_t releases = 0;

@@ -103,7 +103,7 @@ public:
     int libraryKind = 0;
 
 private:
-    void indexNames(size_t position);
+    void indexNames(libraryIndexEntry* entry);
     // size bytes from the pool, aligned for an entry; null when memory
     // runs out.
     void* fromPool(size_t size);
@@ -113,28 +113,29 @@ private:
     std::vector<libraryIndexEntry*> indexEntries;
     // The first byte behind the index: entry offsets count from here.
     int32_t baseOffset = 0;
-    // Each single name to the position of its first entry, by open
-    // addressing over one array: a scan asks a large library thousands of
-    // times, and a node per name would cost a cache miss per probe. The
-    // names stay in the entries, which live as long as the table.
+    // Each single name to its first entry, by open addressing over one
+    // array: a scan asks a large library thousands of times, and a node per
+    // name would cost a cache miss per probe. The names stay in the
+    // entries, which live as long as the table; a name lies right behind its
+    // entry, so a hit reads the slot and the entry's own memory.
     class nameTable {
     public:
         void clear();
         // Makes room for names more names without growing on the way.
         void reserve(size_t names);
-        // Enters name for the entry at position unless it is held already;
-        // hash is hashOf(name).
-        void add(std::string_view name, uint32_t hash, size_t position);
+        // Enters name for entry unless it is held already; hash is
+        // hashOf(name).
+        void add(std::string_view name, uint32_t hash, libraryIndexEntry* entry);
         static uint32_t hashOf(std::string_view name);
-        // The position of name's entry, or -1.
-        long find(std::string_view name) const;
+        // The entry of name, or null.
+        libraryIndexEntry* find(std::string_view name) const;
 
     private:
         struct slot {
             const char* name = nullptr; // null: empty
             uint32_t length = 0;
             uint32_t hash = 0;
-            size_t position = 0;
+            libraryIndexEntry* entry = nullptr;
         };
         void grow(size_t capacity);
         std::vector<slot> slots; // a power of two long, at most half full
