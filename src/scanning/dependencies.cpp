@@ -216,15 +216,15 @@ void DesignFileItem::setMarks(unsigned bits) {
     while (!pending.empty()) {
         DesignFileItem* item = pending.back();
         pending.pop_back();
-        for (const std::list<fileItem*>* related :
-             {&item->fileDependencies, &item->systemDependencies, &item->usedLibraries}) {
-            for (fileItem* each : *related) {
-                DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
-                if (!next || (next->visitMark & bits)) continue;
-                next->visitMark |= bits;
-                pending.push_back(next);
-            }
-        }
+        auto visit = [&](fileItem* each) {
+            DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
+            if (!next || (next->visitMark & bits)) return;
+            next->visitMark |= bits;
+            pending.push_back(next);
+        };
+        for (fileItem* each : item->fileDependencies) visit(each);
+        for (fileItem* each : item->systemDependencies) visit(each);
+        for (fileItem* each : item->usedLibraries) visit(each);
     }
 }
 
@@ -235,15 +235,15 @@ void DesignFileItem::clearMarks(unsigned bits) {
     while (!pending.empty()) {
         DesignFileItem* item = pending.back();
         pending.pop_back();
-        for (const std::list<fileItem*>* related :
-             {&item->fileDependencies, &item->systemDependencies, &item->usedLibraries}) {
-            for (fileItem* each : *related) {
-                DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
-                if (!next || !(next->visitMark & bits)) continue;
-                next->visitMark &= ~bits;
-                pending.push_back(next);
-            }
-        }
+        auto visit = [&](fileItem* each) {
+            DesignFileItem* next = dynamic_cast<DesignFileItem*>(each);
+            if (!next || !(next->visitMark & bits)) return;
+            next->visitMark &= ~bits;
+            pending.push_back(next);
+        };
+        for (fileItem* each : item->fileDependencies) visit(each);
+        for (fileItem* each : item->systemDependencies) visit(each);
+        for (fileItem* each : item->usedLibraries) visit(each);
     }
 }
 

@@ -38,8 +38,7 @@ struct keptImage {
 };
 
 struct distinctLibraries {
-    size_t read = 0;                              // places of the list read
-    std::list<fileItem*>::const_iterator last;    // the last of them
+    size_t read = 0; // places of the list read
     std::unordered_set<const fileItem*> met;
     std::vector<LibraryFileItem*> libraries;
 };
@@ -261,17 +260,15 @@ void rememberRecordedIn(const std::list<fileItem*>& list, const fileItem* item) 
 
 void forgetRecordsIn(const std::list<fileItem*>& list) { recordsOfList.erase(&list); }
 
-const std::vector<LibraryFileItem*>& librariesIn(const std::list<fileItem*>& list) {
+const std::vector<LibraryFileItem*>& librariesIn(const std::vector<fileItem*>& list) {
     static distinctLibraries outside;
     distinctLibraries& known = spans > 0 ? librariesOfList[&list] : (outside = distinctLibraries());
     // The list never loses a place; should it, it is read again whole.
     if (known.read > list.size()) known = distinctLibraries();
-    auto next = known.read == 0 ? list.begin() : std::next(known.last);
-    for (; next != list.end(); ++next) {
-        known.last = next;
-        ++known.read;
-        if (!known.met.insert(*next).second) continue;
-        if (LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(*next)) known.libraries.push_back(library);
+    for (; known.read < list.size(); ++known.read) {
+        fileItem* next = list[known.read];
+        if (!known.met.insert(next).second) continue;
+        if (LibraryFileItem* library = dynamic_cast<LibraryFileItem*>(next)) known.libraries.push_back(library);
     }
     return known.libraries;
 }

@@ -123,7 +123,7 @@ void assignTidied(pathstring& path, const char* text);
 // grows, a library standing once for each use), in the order of their
 // first place. Within a scan only the places added since the last ask are
 // read; outside one the whole list is.
-const std::vector<LibraryFileItem*>& librariesIn(const std::list<fileItem*>& list);
+const std::vector<LibraryFileItem*>& librariesIn(const std::vector<fileItem*>& list);
 
 // Whether item was recorded in list in this scan. The recording puts an
 // item into a sorted list at every use of a symbol; once it stands there,

@@ -303,7 +303,7 @@ public:
     libraryUsage* makeModelUsage(pathstring& libraryPath, int offset, int size);
 
     const fileStamp& getScanStamp() const { return scanStamp; }
-    const std::list<fileItem*>& getUsedLibraries() const { return usedLibraries; }
+    const std::vector<fileItem*>& getUsedLibraries() const { return usedLibraries; }
     const std::list<libraryUsage*>& getUsedModels() const { return usedModels; }
     const std::list<libraryUsage*>& getUsedSymbols() const { return usedSymbols; }
     const std::list<libraryUsage*>& getUsedPackages() const { return usedPackages; }
@@ -383,7 +383,9 @@ protected:
     std::list<fileItem*> fileDependencies;   // not owned, sorted
     std::list<fileItem*> systemDependencies; // not owned, sorted
     fileStamp scanStamp;          // found at the last scan; zero: none
-    std::list<fileItem*> usedLibraries;      // not owned, in order of meeting
+    // Not owned, in order of meeting: a place per use, two per part line of
+    // a schematic, so a vector rather than a node per place.
+    std::vector<fileItem*> usedLibraries;
     std::list<fileItem*> subCategoryItems;   // owned: the folders
     KVE_Locality locality;        // fixed at construction
     unsigned visitMark = 0;       // bit 1: visited in the current walk

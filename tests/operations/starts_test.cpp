@@ -23,7 +23,7 @@
 struct ItemLists : DesignFileItem {
     static std::list<fileItem*>& dependencies(fileItem* i) { return asDesign(i)->*&ItemLists::fileDependencies; }
     static std::list<fileItem*>& system(fileItem* i) { return asDesign(i)->*&ItemLists::systemDependencies; }
-    static std::list<fileItem*>& libraries(fileItem* i) { return asDesign(i)->*&ItemLists::usedLibraries; }
+    static std::vector<fileItem*>& libraries(fileItem* i) { return asDesign(i)->*&ItemLists::usedLibraries; }
     static std::list<libraryUsage*>& symbols(fileItem* i) { return asDesign(i)->*&ItemLists::usedSymbols; }
     static std::list<libraryUsage*>& models(fileItem* i) { return asDesign(i)->*&ItemLists::usedModels; }
     static fileStamp& scanned(fileItem* i) { return asDesign(i)->*&ItemLists::scanStamp; }
