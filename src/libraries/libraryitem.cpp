@@ -88,21 +88,31 @@ static const char* readNumber(const char* p, int& number) {
 }
 
 // By hand rather than by sscanf: the index of a large library has tens of
-// thousands of lines.
-void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
+// thousands of lines. The name is left where it stands: start and length
+// (cut as the field is), length 0 when the text holds no field at all.
+static void readIndexFieldsAt(const char* text, const char*& nameStart, size_t& nameLength, int& offset, int& size,
+                              char& mark) {
     const char* p = skipBlanks(text);
+    nameStart = p;
+    nameLength = 0;
     if (!*p) return;
-    const char* start = p;
     // Characters above the blank are never blanks: most of a name.
     while (static_cast<unsigned char>(*p) > ' ' || (*p && !isBlank(*p))) ++p;
-    const size_t length = std::min(static_cast<size_t>(p - start), lineSize - 1);
-    memcpy(name, start, length);
-    name[length] = '\0';
-    p = start + length;
+    nameLength = std::min(static_cast<size_t>(p - nameStart), lineSize - 1);
+    p = nameStart + nameLength;
     if (!(p = readNumber(skipBlanks(p), offset))) return;
     if (!(p = readNumber(skipBlanks(p), size))) return;
     p = skipBlanks(p);
     if (*p) mark = *p;
+}
+
+void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
+    const char* start;
+    size_t length;
+    readIndexFieldsAt(text, start, length, offset, size, mark);
+    if (!*start) return; // no field: the name as it was
+    memcpy(name, start, length);
+    name[length] = '\0';
 }
 
 // The lines of a file exactly as a loop of fgets into a buffer of lineSize
@@ -189,7 +199,6 @@ void LibraryFileItem::generateIndexList() {
     };
     std::vector<pendingName> pending;
     char line[lineSize] = "";
-    char name[lineSize];
     int offset = 0, size = 0;
     bool inIndex = false;
     bool ended = false;
@@ -206,44 +215,55 @@ void LibraryFileItem::generateIndexList() {
             ended = true;
             break;
         }
-        name[0] = 0;
+        const char* field = nullptr;
+        size_t fieldLength = 0;
         char mark = 0;
         // The fields start behind "symloc" and one separator.
-        if (line[6] && line[7]) readIndexFields(line + 7, name, offset, size, mark);
+        if (line[6] && line[7]) readIndexFieldsAt(line + 7, field, fieldLength, offset, size, mark);
         inIndex = true;
-        char* parent = strchr(name, ':');
-        if (parent) *parent++ = 0;
-        if (!name[0]) continue;
+        // names[:parent]; no names, no entry.
+        const char* colon = fieldLength ? static_cast<const char*>(memchr(field, ':', fieldLength)) : nullptr;
+        const size_t length = colon ? static_cast<size_t>(colon - field) : fieldLength;
+        if (length == 0) continue;
+        const size_t parentSize = colon ? fieldLength - length : 0; // with its terminator
         // The entry, then ",name," in lower case (as _strlwr: ASCII letters
-        // only), then the parent.
-        const size_t length = strlen(name);
-        const size_t parentSize = parent ? strlen(parent) + 1 : 0;
+        // only), then the parent as written.
         char* block = static_cast<char*>(fromPool(sizeof(libraryIndexEntry) + length + 3 + parentSize));
         if (!block) break;
         libraryIndexEntry* entry = new (block) libraryIndexEntry;
         entry->pooled = true;
-        entry->names = block + sizeof(libraryIndexEntry);
-        entry->names[0] = ',';
-        for (size_t i = 0; i < length; ++i)
-            entry->names[i + 1] = name[i] >= 'A' && name[i] <= 'Z' ? static_cast<char>(name[i] + ('a' - 'A')) : name[i];
-        entry->names[length + 1] = ',';
-        entry->names[length + 2] = '\0';
-        if (parent) {
-            entry->parent = entry->names + length + 3;
-            memcpy(entry->parent, parent, parentSize);
+        char* names = block + sizeof(libraryIndexEntry);
+        entry->names = names;
+        // Each single name between two commas goes to the map with its
+        // hash, taken here while the bytes pass (empty names too, as a walk
+        // would meet them); the map takes them all behind the loop, at its
+        // final size.
+        names[0] = ',';
+        size_t nameStart = 1;
+        uint32_t hash = nameTable::hashOf("");
+        for (size_t i = 0; i < length; ++i) {
+            const char c = field[i] >= 'A' && field[i] <= 'Z' ? static_cast<char>(field[i] + ('a' - 'A')) : field[i];
+            names[i + 1] = c;
+            if (c != ',') {
+                hash = nameTable::hashOn(hash, c);
+                continue;
+            }
+            pending.push_back({std::string_view(names + nameStart, i + 1 - nameStart), hash, entry});
+            nameStart = i + 2;
+            hash = nameTable::hashOf("");
+        }
+        pending.push_back({std::string_view(names + nameStart, length + 1 - nameStart), hash, entry});
+        names[length + 1] = ',';
+        names[length + 2] = '\0';
+        if (colon) {
+            entry->parent = names + length + 3;
+            memcpy(entry->parent, colon + 1, parentSize - 1);
+            entry->parent[parentSize - 1] = '\0';
         }
         entry->offset = offset;
         entry->size = size;
         entry->isBlock = mark == 'b';
         entry->owner = this;
-        // Each single name with its hash, taken while the names are fresh
-        // in the cache; the table takes them all at once behind the loop,
-        // at its final size.
-        const char* first = entry->names + 1;
-        for (const char* comma; (comma = strchr(first, ',')) != nullptr; first = comma + 1) {
-            const std::string_view single(first, static_cast<size_t>(comma - first));
-            pending.push_back({single, nameTable::hashOf(single), entry});
-        }
         indexEntries.push_back(entry);
     }
     if (!ended) baseOffset = static_cast<int32_t>(lines.tell());
@@ -279,7 +299,7 @@ void LibraryFileItem::nameTable::clear() {
 
 uint32_t LibraryFileItem::nameTable::hashOf(std::string_view name) {
     uint32_t hash = 2166136261u; // FNV-1a
-    for (unsigned char c : name) hash = (hash ^ c) * 16777619u;
+    for (char c : name) hash = hashOn(hash, c);
     return hash;
 }
 

@@ -127,6 +127,8 @@ private:
         // hashOf(name).
         void add(std::string_view name, uint32_t hash, libraryIndexEntry* entry);
         static uint32_t hashOf(std::string_view name);
+        // The hash of a name one character longer.
+        static uint32_t hashOn(uint32_t hash, char c) { return (hash ^ static_cast<unsigned char>(c)) * 16777619u; }
         // The entry of name, or null.
         libraryIndexEntry* find(std::string_view name) const;
 
