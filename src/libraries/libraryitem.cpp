@@ -290,7 +290,7 @@ void* LibraryFileItem::fromPool(size_t size) {
     return result;
 }
 
-// The name table: linear probing; a slot whose name is null is empty.
+// The name table: linear probing; a slot without an entry is empty.
 
 void LibraryFileItem::nameTable::clear() {
     std::vector<slot>().swap(slots);
@@ -309,30 +309,36 @@ void LibraryFileItem::nameTable::grow(size_t capacity) {
     slots.resize(capacity);
     const size_t mask = capacity - 1;
     for (const slot& each : old) {
-        if (!each.name) continue;
+        if (!each.entry) continue;
         size_t i = each.hash & mask;
-        while (slots[i].name) i = (i + 1) & mask;
+        while (slots[i].entry) i = (i + 1) & mask;
         slots[i] = each;
     }
 }
 
 void LibraryFileItem::nameTable::reserve(size_t names) {
     size_t capacity = slots.empty() ? 16 : slots.size();
-    while ((held + names) * 2 > capacity) capacity *= 2;
+    while ((held + names) * 4 > capacity * 3) capacity *= 2;
     if (capacity != slots.size()) grow(capacity);
 }
 
 void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, libraryIndexEntry* entry) {
+    // name stands in entry's names; one that a slot cannot place is not
+    // entered (none read from an index is).
+    const uintptr_t at = reinterpret_cast<uintptr_t>(name.data()), names = reinterpret_cast<uintptr_t>(entry->names);
+    if (!entry->names || at < names || at - names > UINT16_MAX || name.size() > UINT16_MAX) return;
+    const size_t offset = at - names;
     reserve(1);
     const size_t mask = slots.size() - 1;
     size_t i = hash & mask;
-    for (; slots[i].name; i = (i + 1) & mask)
-        if (slots[i].hash == hash && slots[i].length == name.size() && memcmp(slots[i].name, name.data(), name.size()) == 0)
+    for (; slots[i].entry; i = (i + 1) & mask)
+        if (slots[i].hash == hash && slots[i].length == name.size() &&
+            memcmp(slots[i].name(), name.data(), name.size()) == 0)
             return; // the first entry of the name keeps it
-    slots[i].name = name.data();
-    slots[i].length = static_cast<uint32_t>(name.size());
-    slots[i].hash = hash;
     slots[i].entry = entry;
+    slots[i].hash = hash;
+    slots[i].length = static_cast<uint16_t>(name.size());
+    slots[i].offset = static_cast<uint16_t>(offset);
     ++held;
 }
 
@@ -340,8 +346,9 @@ libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name) const
     if (slots.empty()) return nullptr;
     const uint32_t hash = hashOf(name);
     const size_t mask = slots.size() - 1;
-    for (size_t i = hash & mask; slots[i].name; i = (i + 1) & mask)
-        if (slots[i].hash == hash && slots[i].length == name.size() && memcmp(slots[i].name, name.data(), name.size()) == 0)
+    for (size_t i = hash & mask; slots[i].entry; i = (i + 1) & mask)
+        if (slots[i].hash == hash && slots[i].length == name.size() &&
+            memcmp(slots[i].name(), name.data(), name.size()) == 0)
             return slots[i].entry;
     return nullptr;
 }

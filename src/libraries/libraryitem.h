@@ -133,14 +133,18 @@ private:
         libraryIndexEntry* find(std::string_view name) const;
 
     private:
+        // 16 bytes: the name is found in its entry's names, where it stands
+        // at offset (names read from an index are short, lines being at
+        // most 1023 bytes).
         struct slot {
-            const char* name = nullptr; // null: empty
-            uint32_t length = 0;
+            libraryIndexEntry* entry = nullptr; // null: empty
             uint32_t hash = 0;
-            libraryIndexEntry* entry = nullptr;
+            uint16_t length = 0;
+            uint16_t offset = 0;
+            const char* name() const { return entry->names + offset; }
         };
         void grow(size_t capacity);
-        std::vector<slot> slots; // a power of two long, at most half full
+        std::vector<slot> slots; // a power of two long, at most three quarters full
         size_t held = 0;
     };
     nameTable firstEntryOfName;
