@@ -26,6 +26,13 @@ static ssize_t defaultRead(int fd, void* buffer, size_t size) {
     return n;
 }
 
+static ssize_t defaultPread(int fd, void* buffer, size_t size, off_t offset) {
+    ssize_t n;
+    do n = ::pread(fd, buffer, size, offset);
+    while (n < 0 && errno == EINTR);
+    return n;
+}
+
 static ssize_t defaultWrite(int fd, const void* buffer, size_t size) {
     ssize_t n;
     do n = ::write(fd, buffer, size);
@@ -58,7 +65,7 @@ static char* defaultGetcwd(char* buffer, size_t size) { return ::getcwd(buffer, 
 static int defaultChdir(const char* path) { return ::chdir(path); }
 
 const HostCallTable kvHostDefaults = {
-    defaultOpen,  defaultRead,    defaultWrite,    defaultClose,   defaultLseek,  defaultStat,
+    defaultOpen,  defaultRead,    defaultPread,    defaultWrite,    defaultClose,   defaultLseek,  defaultStat,
     defaultRename, defaultUnlink, defaultMkdir,    defaultRmdir,   defaultOpendir, defaultReaddir,
     defaultClosedir, defaultChmod, defaultFchmod, defaultFutimens, defaultGetcwd, defaultChdir,
 };

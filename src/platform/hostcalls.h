@@ -33,7 +33,7 @@
 
 enum class HostCall {
     Open,      // open(2), with O_CLOEXEC added
-    Read,      // read(2)
+    Read,      // read(2), and pread(2): a read at a place
     Write,     // write(2)
     Close,     // close(2)
     Lseek,     // lseek(2)
@@ -65,6 +65,7 @@ struct statx;
 struct HostCallTable {
     int (*open)(const char* path, int flags, mode_t mode);
     ssize_t (*read)(int fd, void* buffer, size_t size);
+    ssize_t (*pread)(int fd, void* buffer, size_t size, off_t offset);
     ssize_t (*write)(int fd, const void* buffer, size_t size);
     int (*close)(int fd);
     off_t (*lseek)(int fd, off_t offset, int whence);
@@ -129,6 +130,9 @@ inline int hostOpen(const char* path, int flags, mode_t mode = 0) {
 }
 inline ssize_t hostRead(int fd, void* buffer, size_t size) {
     return kvHostCallFails(HostCall::Read) ? -1 : kvHost.read(fd, buffer, size);
+}
+inline ssize_t hostPread(int fd, void* buffer, size_t size, off_t offset) {
+    return kvHostCallFails(HostCall::Read) ? -1 : kvHost.pread(fd, buffer, size, offset);
 }
 inline ssize_t hostWrite(int fd, const void* buffer, size_t size) {
     return kvHostCallFails(HostCall::Write) ? -1 : kvHost.write(fd, buffer, size);

@@ -362,6 +362,12 @@ FILE* kvFopen(const char* path, const char* mode);
 // copied once.
 size_t kvFreadBlock(FILE* stream, char* buffer, size_t size);
 
+// size bytes at offset (a byte offset of the file) of a stream of kvFopen
+// opened to read in binary, read without moving the stream: as many as the
+// file holds there, fewer only at its end; a failure sets ferror. Any other
+// stream is sought and read with fseek and fread.
+size_t kvReadAt(FILE* stream, int64_t offset, char* buffer, size_t size);
+
 // ---------------------------------------------------------------------------
 // 10. Engine helpers
 // ---------------------------------------------------------------------------

@@ -278,30 +278,18 @@ libraryIndexEntry* DesignFileItem::findSymbol(const char* name, InternalFunction
 // ---------------------------------------------------------------------------
 
 // The text of entry of library, with a terminating NUL, in a buffer that
-// the next call reuses; or null. Taken from the library's image when the
-// scan keeps one, else read through a stream in binary (the index counts
-// bytes, so the seek must too). Reports CannotReadFile for the library
-// when it does not open, and ErrorReadingFile for owner when the bytes
-// cannot all be read (an entry larger than its file cannot be); an
-// offset before the start of the file gives null without a report.
+// the next call reuses; or null. Read in binary where it stands (the index
+// counts bytes), through the library's stream, which a scan keeps open.
+// Reports CannotReadFile for the library when it does not open, and
+// ErrorReadingFile for owner when the bytes cannot all be read (an entry
+// larger than its file cannot be); an offset before the start of the file
+// gives null without a report.
 static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, fileItem* owner,
                            InternalFunctionObject& op) {
     static std::vector<char> text;
     const int64_t position = static_cast<int64_t>(library->getBaseOffset()) + entry->offset;
     const bool sizeFits = entry->size >= 0 && entry->size <= library->getSize();
     const size_t size = sizeFits ? static_cast<size_t>(entry->size) : 0;
-    if (const libraryImage* image = libraryImageOf(library)) {
-        if (position < 0) return nullptr;
-        // Past the end a read gives nothing, as it would from a stream.
-        const size_t start = std::min(static_cast<size_t>(position), image->size);
-        if (!sizeFits || image->size - start < size) {
-            report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-            return nullptr;
-        }
-        text.assign(image->bytes + start, image->bytes + start + size);
-        text.push_back('\0');
-        return text.data();
-    }
     bool kept = false;
     FILE* file = libraryStream(library, kept);
     if (!file) {
@@ -310,15 +298,34 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
     }
     clearerr(file); // a kept stream may carry the failure of an earlier read
     char* result = nullptr;
-    if (position >= 0 && fseek(file, static_cast<long>(position), SEEK_SET) == 0) {
+    if (position >= 0) {
         text.assign(size + 1, '\0');
-        if (!sizeFits || fread(text.data(), 1, size, file) != size)
+        // Past the end of the file a read gives fewer bytes, or none.
+        if (!sizeFits || kvReadAt(file, position, text.data(), size) != size)
             report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
         else
             result = text.data();
     }
     if (!kept) fclose(file);
     return result;
+}
+
+// The package name that an entry's text gives, into facts: what stands
+// behind "component=" (or, without one, "part=") in the lower-cased text up
+// to the line feed, a carriage return included (the text is read in
+// binary). Lower-cases text.
+static void learnPackage(char* text, entryFacts& facts) {
+    _strlwr(text);
+    char* keyword = strstr(text, "component=");
+    const size_t keywordLength = keyword ? 10 : 5;
+    if (!keyword) keyword = strstr(text, "part=");
+    facts.packageKnown = true;
+    facts.hasPackage = keyword != nullptr;
+    facts.packageName.clear();
+    if (keyword) {
+        const char* value = keyword + keywordLength;
+        facts.packageName.assign(value, strcspn(value, "\n"));
+    }
 }
 
 // Puts the schematic of a view into the lists: the system dependencies,
@@ -373,36 +380,29 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
     if (facts) {
         facts->viewsKnown = true;
         facts->views = std::move(views);
+        // The package comes from the same text: read once, not again for
+        // scanSymbolPackage, which follows at a part line.
+        if (!facts->packageKnown) learnPackage(text, *facts);
     }
 }
 
-// The package name that an entry's text gives: what stands behind
-// "component=" (or, without one, "part=") in the lower-cased text up to the
-// line feed, a carriage return included (the text is read in binary).
-// False when the text does not read or names no package; a failed read is
-// reported, and read failures are never remembered.
+// The package name that an entry's text gives (see learnPackage), from
+// facts when they know it. False when the text does not read or names no
+// package; a failed read is reported, and read failures are never
+// remembered.
 static bool packageNameOf(LibraryFileItem* library, libraryIndexEntry* entry, entryFacts* facts, std::string& name,
                           InternalFunctionObject& op) {
-    if (facts && facts->packageKnown) {
+    if (!facts || !facts->packageKnown) {
+        char* text = readEntryText(library, entry, library, op);
+        if (!text) return false;
+        entryFacts learnt;
+        learnPackage(text, facts ? *facts : learnt);
+        if (!facts) facts = &learnt;
         name = facts->packageName;
         return facts->hasPackage;
     }
-    char* text = readEntryText(library, entry, library, op);
-    if (!text) return false;
-    _strlwr(text);
-    char* keyword = strstr(text, "component=");
-    const size_t keywordLength = keyword ? 10 : 5;
-    if (!keyword) keyword = strstr(text, "part=");
-    if (keyword) {
-        const char* value = keyword + keywordLength;
-        name.assign(value, strcspn(value, "\n"));
-    }
-    if (facts) {
-        facts->packageKnown = true;
-        facts->hasPackage = keyword != nullptr;
-        facts->packageName = name;
-    }
-    return keyword != nullptr;
+    name = facts->packageName;
+    return facts->hasPackage;
 }
 
 void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op) {

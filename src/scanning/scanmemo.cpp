@@ -13,7 +13,6 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <new>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -27,15 +26,8 @@ struct openLibrary {
     const LibraryFileItem* library;
     std::string path;
     FILE* file;
-    std::shared_ptr<char> buffer; // the stream's; freed after the close
 };
 
-struct keptImage {
-    const LibraryFileItem* library;
-    std::string path;
-    std::unique_ptr<char[]> bytes;
-    libraryImage image;
-};
 
 struct distinctLibraries {
     size_t read = 0; // places of the list read
@@ -52,8 +44,6 @@ struct keptFacts {
 
 static int spans = 0;
 static std::vector<openLibrary> openLibraries;
-static std::vector<std::unique_ptr<keptImage>> images;
-static size_t imageBytes = 0;
 // The facts by entry address, by open addressing over one array of slots
 // (a power of two long, at most half full): asked at every part line, where
 // a node per entry would cost a cache miss more per ask. The facts
@@ -108,10 +98,7 @@ static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packa
 static std::unordered_map<std::string, pathstring> tidiedPaths;
 static std::unordered_map<const void*, std::unordered_set<const fileItem*>> recordsOfList;
 static std::unordered_map<const void*, distinctLibraries> librariesOfList;
-enum { maxOpenLibraries = 16, libraryBufferSize = 4096 };
-// What a scan keeps of library files in memory: a library larger than
-// that, or than what is left, is read through a stream.
-static size_t maxImageBytes = size_t(256) << 20;
+enum { maxOpenLibraries = 16 };
 
 // ---------------------------------------------------------------------------
 // 1. The span
@@ -123,8 +110,6 @@ bool endLibraryReads() {
     if (spans > 0 && --spans > 0) return false;
     for (openLibrary& open : openLibraries) fclose(open.file);
     openLibraries.clear();
-    images.clear();
-    imageBytes = 0;
     facts.clear();
     libraryOfItem.clear();
     packageFacts.clear();
@@ -147,51 +132,12 @@ FILE* libraryStream(LibraryFileItem* library, bool& kept) {
             if (open.library == library && open.path == library->getFullPath()) return open.file;
     FILE* file = kvFopen(library->getFullPath(), "rb");
     if (!file || !kept) return file;
-    // Entries lie anywhere in the file: a large read-ahead would be
-    // refilled, mostly in vain, at every seek.
-    std::shared_ptr<char> buffer(new char[libraryBufferSize], std::default_delete<char[]>());
-    setvbuf(file, buffer.get(), _IOFBF, libraryBufferSize);
     if (openLibraries.size() >= maxOpenLibraries) {
         fclose(openLibraries.front().file);
         openLibraries.erase(openLibraries.begin());
     }
-    openLibraries.push_back({library, library->getFullPath(), file, buffer});
+    openLibraries.push_back({library, library->getFullPath(), file});
     return file;
-}
-
-size_t setLibraryImageBudget(size_t bytes) {
-    std::swap(bytes, maxImageBytes);
-    return bytes;
-}
-
-const libraryImage* libraryImageOf(LibraryFileItem* library) {
-    if (spans == 0) return nullptr;
-    for (const auto& kept : images)
-        if (kept->library == library && kept->path == library->getFullPath()) return &kept->image;
-    FILE* file = kvFopen(library->getFullPath(), "rb");
-    if (!file) return nullptr;
-    const libraryImage* result = nullptr;
-    long size = -1;
-    if (fseek(file, 0, SEEK_END) == 0) size = ftell(file);
-    if (size >= 0 && imageBytes <= maxImageBytes && static_cast<size_t>(size) <= maxImageBytes - imageBytes && fseek(file, 0, SEEK_SET) == 0) {
-        // One byte more than the size asks the stream to find the end, so
-        // that a file grown since the size was taken is not cut silently.
-        // Read by blocks straight into the image: a library is megabytes,
-        // and a copy through the stream's buffer would double the work.
-        const size_t want = static_cast<size_t>(size) + 1;
-        std::unique_ptr<char[]> bytes(new (std::nothrow) char[want]);
-        size_t read = 0;
-        for (size_t got = 1; bytes && read < want && got > 0; read += got)
-            got = kvFreadBlock(file, bytes.get() + read, want - read);
-        if (bytes && read == static_cast<size_t>(size) && !ferror(file)) {
-            const char* kept = bytes.get();
-            images.emplace_back(new keptImage{library, library->getFullPath(), std::move(bytes), {kept, read}});
-            imageBytes += read;
-            result = &images.back()->image;
-        }
-    }
-    fclose(file);
-    return result;
 }
 
 // ---------------------------------------------------------------------------

@@ -14,7 +14,7 @@
 // its index.
 //
 // Contents:
-//   1. The span, the library streams and images.
+//   1. The span, the library streams.
 //   2. What an entry gave.
 //   3. The library item of a library file.
 //   4. Tidied paths; items recorded in a list.
@@ -34,32 +34,20 @@ class fileItem;
 struct libraryIndexEntry;
 
 // ---------------------------------------------------------------------------
-// 1. The span, the library streams and images
+// 1. The span, the library streams
 // ---------------------------------------------------------------------------
 
 // Whether a scan is under way (between the outermost begin and end).
 bool libraryReadsOpen();
 
-// The stream of library, opened in binary. Within a scan it is kept open
-// until the scan ends and kept is set (the caller must not close it);
-// outside one the caller closes it. Null when it does not open.
+// The stream of library, opened in binary, for reads at a place
+// (kvReadAt). Within a scan it is kept open until the scan ends (at most
+// 16 at once, the oldest closed first) and kept is set (the caller must not
+// close it); outside one the caller closes it. Null when it does not open.
+// Entries are read where they stand, each once: a design uses a few of a
+// library's thousands, and a read of each costs less than reading the
+// whole file, which would mostly be memory the scan never looks at.
 FILE* libraryStream(LibraryFileItem* library, bool& kept);
-
-// The whole content of a library file, read at its first use in a scan and
-// kept until the scan ends: a scan reads a few thousand entries scattered
-// over a library, and one read of the file costs less than a seek and a
-// refill for each.
-struct libraryImage {
-    const char* bytes;
-    size_t size;
-};
-// The image of library, or null outside a scan, when the file does not
-// open or read, or when it would pass what a scan may keep in memory (the
-// caller then reads through libraryStream).
-const libraryImage* libraryImageOf(LibraryFileItem* library);
-// Sets what a scan may keep of library files in memory (256 MB unless
-// set) and returns what it was; 0 reads every library through a stream.
-size_t setLibraryImageBudget(size_t bytes);
 
 // ---------------------------------------------------------------------------
 // 2. What an entry gave

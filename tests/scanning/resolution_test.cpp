@@ -9,6 +9,7 @@
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "operations/scandependencies.h"
+#include "platform/hostcalls.h"
 #include "scanning/lineengine.h"
 #include "scanning/scanmemo.h"
 #include "scanning/scantest.h"
@@ -56,7 +57,6 @@ protected:
         RemoveIniFileContext();
         SetIniFileContext(dir.engine("ini/context.ini").c_str(), nullptr);
     }
-    void expectUnreadableEntryReported();
     // The used symbols (or packages) as "name library-base-name".
     static std::vector<std::string> usages(const std::list<libraryUsage*>& list) {
         std::vector<std::string> result;
@@ -200,15 +200,7 @@ protected:
     void checkRow(const resolutionRow& row);
 };
 
-// A scan keeps whole libraries in memory; one that may keep none reads
-// each entry through a stream, and must record the same.
 TEST_P(ResolutionRows, ScanRecordsItsSymbolsPackagesAndReports) { checkRow(GetParam()); }
-
-TEST_P(ResolutionRows, ScanThroughStreamsRecordsTheSame) {
-    const size_t budget = setLibraryImageBudget(0);
-    checkRow(GetParam());
-    setLibraryImageBudget(budget);
-}
 
 void ResolutionRows::checkRow(const resolutionRow& row) {
     for (const auto& file : row.system) writeFile(dir.host("syslib/" + file.first), file.second);
@@ -359,16 +351,8 @@ TEST_F(Resolution, ViewsInCapitalsAreNotFollowed) {
     EXPECT_FALSE(holds(names(scan("top.sch")->getFileDependencies(nullptr)), "impl.sch"));
 }
 
-// The entry claims more bytes than the file holds: from the library's
-// image and through a stream alike.
-TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) { expectUnreadableEntryReported(); }
-TEST_F(Resolution, ASymbolEntryThatCannotBeReadThroughAStreamIsReported) {
-    const size_t budget = setLibraryImageBudget(0);
-    expectUnreadableEntryReported();
-    setLibraryImageBudget(budget);
-}
-
-void Resolution::expectUnreadableEntryReported() {
+// The entry claims more bytes than the file holds.
+TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) {
     std::string text = libraryText({{"r", symbolText("r", "")}});
     text.replace(text.find("symloc r 00000000 "), 26, "symloc r 00000000 00099999");
     open({{"top.sch", schematic(kParts, "part 1 R 0 0 h\n")}, {"parts.slb", text}});
@@ -377,6 +361,30 @@ void Resolution::expectUnreadableEntryReported() {
     EXPECT_NE(std::find(client.actions.begin(), client.actions.end(),
                         static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
               client.actions.end());
+}
+
+// The disk fails while an entry is read where it stands: reported, the
+// symbol recorded, its package not, and the next scan reads it again.
+TEST_F(Resolution, AnEntryWhoseReadFailsIsReportedAndReadAgainNextTime) {
+    open({{"top.sch", schematic(kPartsAndPackages, "part 1 R 0 0 h\npart 2 R 0 0 h\n")},
+          {"parts.slb", libraryText({{"r", symbolText("r", "RC05")}})},
+          {"parts.plb", libraryText({{"rc05", packageText("rc05")}})}});
+    kvHost.pread = [](int, void*, size_t, off_t) -> ssize_t {
+        errno = EIO;
+        return -1;
+    };
+    DesignFileItem* top = scan("top.sch");
+    kvFaultsClear();
+    EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
+    EXPECT_TRUE(top->getUsedPackages().empty());
+    EXPECT_GE(std::count(client.actions.begin(), client.actions.end(),
+                         static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
+              2)
+        << "each use asks again";
+
+    touchAndRefresh("top.sch", 5);
+    top->getFileDependencies(&client);
+    EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
 }
 
 // ---------------------------------------------------------------------------
