@@ -156,6 +156,38 @@ TEST(ReadModes, PositionsCountCharactersInTextAndBytesInBinary) {
     }
 }
 
+// Reads at a place leave the stream where it was; past the end they give
+// what is there; a failing host read sets the stream's error flag.
+TEST(ReadModes, ReadAtAPlaceOfABinaryStream) {
+    TempDir dir;
+    writeFile(dir.host("lib.slb"), "0123456789\r\nabc");
+    FILE* f = kvFopen(dir.engine("lib.slb").c_str(), "rb");
+    ASSERT_NE(nullptr, f);
+    char line[64];
+    ASSERT_NE(nullptr, fgets(line, 4, f));
+    char bytes[16] = "";
+    EXPECT_EQ(4u, kvReadAt(f, 8, bytes, 4));
+    EXPECT_EQ(std::string("89\r\n"), std::string(bytes, 4));
+    EXPECT_EQ(2u, kvReadAt(f, 13, bytes, 8)) << "fewer at the end of the file";
+    EXPECT_EQ(0u, kvReadAt(f, 99, bytes, 8));
+    EXPECT_FALSE(ferror(f));
+    ASSERT_NE(nullptr, fgets(line, sizeof line, f));
+    EXPECT_STREQ("3456789\r\n", line) << "the stream read on from where it stood";
+
+    kvFaultAt(HostCall::Read, 1, EIO);
+    EXPECT_EQ(0u, kvReadAt(f, 0, bytes, 4));
+    EXPECT_TRUE(ferror(f));
+    kvFaultsClear();
+    fclose(f);
+
+    // A text stream is sought and read as characters.
+    f = kvFopen(dir.engine("lib.slb").c_str(), "r");
+    ASSERT_NE(nullptr, f);
+    EXPECT_EQ(3u, kvReadAt(f, 10, bytes, 3));
+    EXPECT_EQ(std::string("\nab"), std::string(bytes, 3));
+    fclose(f);
+}
+
 TEST(WriteModes, ReadWriteRewindAndPatch) {
     TempDir dir;
     std::string path = dir.engine("archive.ma");
