@@ -56,6 +56,13 @@ void takeWord(const char* text, int index, char* out, size_t size);
 bool resolutionWasCancelled();
 void clearResolutionCancelled();
 
+// Forgets what the part lines of a pass kept for the lines of the same
+// names after them; every pass starts with this.
+void forgetRepeatedParts();
+// Whether part lines keep it at all (on unless a test turns it off, to
+// compare); also forgets it.
+void keepRepeatedParts(bool keep);
+
 // ---------------------------------------------------------------------------
 // 4. Schematics
 // ---------------------------------------------------------------------------

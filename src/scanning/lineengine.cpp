@@ -362,6 +362,7 @@ static void runPass(DesignFileItem& item, FILE* in, FILE* out, InternalFunctionO
     char work[scanLineSize] = "";
     int state = Line;
     resetPassReader(in);
+    forgetRepeatedParts();
     while (item.nextDependency(in, out, work, op, state)) {
     }
     resetPassReader(nullptr);

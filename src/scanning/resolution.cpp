@@ -405,6 +405,33 @@ static bool packageNameOf(LibraryFileItem* library, libraryIndexEntry* entry, en
     return facts->hasPackage;
 }
 
+// The traces of a package found in packages, the package library beside its
+// symbol's library: the library given to the operation, and the item of the
+// path as the operation left it (null when the workspace has none).
+static fileItem* besidePackageItem(DesignWorkspace* ws, LibraryFileItem* packages, libraryIndexEntry* package,
+                                   packageLibraryFacts* beside, InternalFunctionObject& op) {
+    package->owner = packages;
+    static pathstring path; // kept: its room serves every part line
+    if (beside)
+        path = beside->packagePath;
+    else
+        path = packages->getFullPath();
+    op.dependencyFound(path, false, false);
+    const bool same = beside && path == beside->packagePath;
+    fileItem* item = same && beside->packageItem ? beside->packageItem : ws->addFileItem(path.c_str(), nullptr);
+    if (same) beside->packageItem = item;
+    return item;
+}
+
+// The package library's item in owner's lists.
+static void placePackageItem(DesignFileItem& owner, fileItem* item) {
+    if (!item) return;
+    if (item->isSystem())
+        owner.addSystemDependency(item);
+    else
+        owner.addDependency(item);
+}
+
 void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctionObject& op) {
     LibraryFileItem* library = entry->owner;
     if (!library) return;
@@ -447,28 +474,13 @@ void DesignFileItem::scanSymbolPackage(libraryIndexEntry* entry, InternalFunctio
         if (facts) facts->package = package;
     }
     if (package) {
-        package->owner = packages;
-        static pathstring path; // kept: its room serves every part line
-        if (beside)
-            path = beside->packagePath;
-        else
-            path = packages->getFullPath();
-        op.dependencyFound(path, false, false);
-        // The item of the path as the operation left it.
-        const bool same = beside && path == beside->packagePath;
-        fileItem* item = same && beside->packageItem ? beside->packageItem : ws->addFileItem(path.c_str(), nullptr);
-        if (same) beside->packageItem = item;
+        fileItem* item = besidePackageItem(ws, packages, package, beside, op);
         // The package's parents are recorded too, as findPackage records
         // them: a reduced library needs them. Walked when the package is
         // first recorded; a later walk would find the same.
         if (libraryUsage* added = addUsageOf(usedPackages, usedPackageIndex, packages, package, name.c_str()))
             walkParents(*this, usedPackages, usedPackageIndex, added, name.c_str(), op);
-        if (item) {
-            if (item->isSystem())
-                addSystemDependency(item);
-            else
-                addDependency(item);
-        }
+        placePackageItem(*this, item);
         return;
     }
     if (!lowerPath[0]) formPaths();
@@ -532,10 +544,125 @@ static void copyCut(char* out, size_t size, const char* text) {
     out[length] = '\0';
 }
 
+// Part lines of a name met before in the pass. A schematic names a few
+// thousand symbols tens of thousands of times, and every later line of a
+// name (in any case) must leave exactly the traces the first left: the
+// entry's owner, the views in the lists, the symbol library given to the
+// operation, and the package library given to it and put in the lists.
+// Once the first line has resolved its symbol, read its text without
+// failure and found its package beside the library (or found it names
+// none), what those traces need is kept here, and a later line makes them
+// again without asking the usage lists, the scan memory or the libraries.
+// Nothing kept changes within a pass (the usage lists only grow, and a
+// name's first record stays first); the table is emptied for every pass.
+namespace {
+struct repeatedPart {
+    std::string name; // lower case
+    libraryIndexEntry* entry;
+    LibraryFileItem* library;
+    const std::vector<std::pair<fileItem*, bool>>* views; // null: none
+    packageLibraryFacts* beside;                          // the library's path and package library
+    libraryIndexEntry* package;                           // null: the symbol names none
+};
+
+// By the name's hash, open addressing over one array of small slots.
+class repeatTable {
+public:
+    void clear() {
+        std::vector<slot>().swap(slots);
+        parts.clear();
+    }
+    const repeatedPart* find(const char* name) const {
+        if (slots.empty()) return nullptr;
+        const size_t length = strlen(name);
+        const uint32_t hash = foldedHash(name, length);
+        const size_t mask = slots.size() - 1;
+        for (size_t i = hash & mask; slots[i].part; i = (i + 1) & mask) {
+            if (slots[i].hash != hash) continue;
+            const repeatedPart& part = parts[slots[i].part - 1];
+            if (part.name.size() == length && equalIgnoringCase(part.name.data(), name, length)) return &part;
+        }
+        return nullptr;
+    }
+    void add(repeatedPart part) {
+        if ((parts.size() + 1) * 2 > slots.size()) grow();
+        const uint32_t hash = foldedHash(part.name.data(), part.name.size());
+        parts.push_back(std::move(part));
+        place(hash, static_cast<uint32_t>(parts.size()));
+    }
+    static bool enabled;
+
+private:
+    struct slot {
+        uint32_t hash = 0;
+        uint32_t part = 0; // 1 + its place in parts; 0: empty
+    };
+    void place(uint32_t hash, uint32_t part) {
+        const size_t mask = slots.size() - 1;
+        size_t i = hash & mask;
+        while (slots[i].part) i = (i + 1) & mask;
+        slots[i] = {hash, part};
+    }
+    void grow() {
+        slots.assign(slots.empty() ? 64 : slots.size() * 2, slot());
+        for (size_t k = 0; k < parts.size(); ++k)
+            place(foldedHash(parts[k].name.data(), parts[k].name.size()), static_cast<uint32_t>(k + 1));
+    }
+    std::vector<slot> slots;
+    std::vector<repeatedPart> parts;
+};
+bool repeatTable::enabled = true;
+} // namespace
+
+static repeatTable repeats;
+
+void forgetRepeatedParts() { repeats.clear(); }
+
+void keepRepeatedParts(bool keep) {
+    repeatTable::enabled = keep;
+    repeats.clear();
+}
+
+// Keeps what the part line of name, which resolved to entry, needs to be
+// made again, when it can be.
+static void rememberPart(const char* name, libraryIndexEntry* entry, DesignWorkspace* ws) {
+    if (!repeatTable::enabled) return;
+    entryFacts* facts = factsOfEntry(ws, entry->owner, entry);
+    packageLibraryFacts* beside = packageFactsOf(ws, entry->owner);
+    if (!facts || !beside || !facts->viewsKnown || !facts->packageKnown || beside->symbolPath.empty()) return;
+    libraryIndexEntry* package = nullptr;
+    if (facts->hasPackage) {
+        // Only a package found beside the library is made again from here.
+        if (!facts->package || !beside->packages || !beside->packageItem) return;
+        package = facts->package;
+    }
+    repeats.add({lowerCase(name), entry, entry->owner, facts->views.empty() ? nullptr : &facts->views, beside, package});
+}
+
+// The traces of a part line of a name met before (see repeatedPart).
+static void replayPart(DesignFileItem& item, const repeatedPart& known, scanPass& pass) {
+    scanContext& context = getScanContext();
+    known.entry->owner = known.library; // as findSymbol sets it at every use
+    if (known.views)
+        for (const auto& view : *known.views) placeViewItem(item, view.first, view.second);
+    copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, known.library->getFullPath());
+    static pathstring path; // kept: its room serves every part line
+    path = known.beside->symbolPath;
+    pass.op.dependencyFound(path, true, false);
+    if (known.package)
+        placePackageItem(item, besidePackageItem(item.getDesignOwner(), known.beside->packages, known.package,
+                                                 known.beside, pass.op));
+    pass.state = PackageLine; // the engine sets Line again
+}
+
 int DesignFileItem::partLine(scanPass& pass) {
     scanContext& context = getScanContext();
     resolutionCancelled = false;
     const char* name = symbolNameOf(pass.line, context);
+    if (const repeatedPart* known = name ? repeats.find(name) : nullptr) {
+        replayPart(*this, *known, pass);
+        return 1;
+    }
     libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
     int result = 0;
     if (entry && entry->owner) {
@@ -554,6 +681,7 @@ int DesignFileItem::partLine(scanPass& pass) {
         }
         pass.op.dependencyFound(path, true, false);
         scanSymbolPackage(entry, pass.op);
+        if (!resolutionCancelled) rememberPart(name, entry, ws);
         pass.state = PackageLine; // the engine sets Line again
         result = 1;
     } else if (!resolutionCancelled) {

@@ -4,12 +4,14 @@
 #include <algorithm>
 #include <cstring>
 #include <dirent.h>
+#include <random>
 
 #include "libraries/configuration.h"
 #include "libraries/libraryitem.h"
 #include "libraries/libraryusage.h"
 #include "operations/scandependencies.h"
 #include "platform/hostcalls.h"
+#include "scanning/formats.h"
 #include "scanning/lineengine.h"
 #include "scanning/scanmemo.h"
 #include "scanning/scantest.h"
@@ -502,6 +504,64 @@ TEST_F(Resolution, ManySymbolsAreEachRecordedOnceWhateverTheCase) {
     }
     EXPECT_EQ(usages(top->getUsedSymbols()), expected);
     EXPECT_TRUE(missing().empty());
+}
+
+// Part lines of a name met before are made again from what the first line
+// kept; the traces must be those of a resolution from scratch. Random
+// designs: names in any case, symbols with and without views (one naming a
+// library), packages,
+// parents, packages missing beside their library, a library without a
+// package library, missing symbols and file names behind them.
+TEST_F(Resolution, PartLinesMetAgainLeaveTheTracesOfAFullResolution) {
+    std::mt19937 random(20261123);
+    for (int round = 0; round < 12; ++round) {
+        std::vector<std::pair<std::string, std::string>> first, second, packages;
+        for (int n = 0; n < 30; ++n) {
+            const std::string name = "s" + std::to_string(n);
+            const std::string package = random() % 4 ? "p" + std::to_string(random() % 12) : "";
+            // A view may name a library, which counts a use at every line.
+            const std::string views = random() % 5 ? ""
+                                      : random() % 2 ? "schematic=v" + std::to_string(n % 3) + "\n"
+                                                     : "schematic=v0\nnetlist=second.slb\n";
+            const std::string names = n % 7 == 6 ? name + ":s" + std::to_string(n - 1) : name;
+            (n % 2 ? second : first).push_back({names, symbolText(name, package, views)});
+        }
+        for (int n = 0; n < 10; ++n) packages.push_back({"p" + std::to_string(n), packageText("p" + std::to_string(n))});
+        std::string lines;
+        for (int k = 0; k < 300; ++k) {
+            std::string name = random() % 9 ? "S" + std::to_string(random() % 34) : "GONE" + std::to_string(k % 5);
+            if (random() % 2) name[0] = static_cast<char>(tolower(name[0]));
+            lines += "part " + std::to_string(k) + " " + name + " 0 0 h" + (random() % 6 ? "" : " filename=f.sch") + "\n";
+            if (random() % 3 == 0) lines += "a 0 u 13 0 10 25 hln 100 REFDES=U" + std::to_string(k) + "\n";
+        }
+        const std::vector<std::pair<std::string, std::string>> files = {
+            {"top.sch", schematic("\"first\"  [.slb,.plb]\n\"second\"  [.slb]\n", lines)},
+            {"first.slb", libraryText(first)},
+            {"first.plb", libraryText(packages)},
+            {"second.slb", libraryText(second)},
+            {"v0.sch", "*version 9.10\n"}, {"v1.sch", "*version 9.10\n"}, {"v2.sch", "*version 9.10\n"},
+            {"f.sch", "*version 9.10\n"}};
+        std::vector<std::string> traces[2];
+        for (int keep = 0; keep < 2; ++keep) {
+            keepRepeatedParts(keep == 1);
+            client = recordingClient();
+            open(files);
+            DesignFileItem* top = scan("top.sch");
+            ASSERT_TRUE(top);
+            std::vector<std::string>& t = traces[keep];
+            for (const std::string& each : names(top->getFileDependencies(nullptr))) t.push_back("file " + each);
+            for (const std::string& each : names(top->getSystemDependencies(nullptr))) t.push_back("system " + each);
+            for (const std::string& each : usedLibraryNames(*top)) t.push_back("library " + each);
+            for (const std::string& each : usages(top->getUsedSymbols())) t.push_back("symbol " + each);
+            for (const std::string& each : usages(top->getUsedPackages())) t.push_back("package " + each);
+            for (size_t i = 0; i < client.actions.size(); ++i)
+                t.push_back("report " + std::to_string(client.actions[i]) + " " + client.details[i]);
+            t.push_back(std::string("last library ") + getScanContext().currentSymbolLibrary);
+        }
+        keepRepeatedParts(true);
+        EXPECT_EQ(traces[1], traces[0]) << "round " << round;
+        EXPECT_GT(traces[0].size(), 20u);
+    }
 }
 
 TEST_F(Resolution, WhatOneScanKeptIsNotTakenIntoTheNext) {
