@@ -83,6 +83,11 @@ public:
     // regard to case), or null. An empty index is read first, after telling
     // the client SearchingLibrary through op.
     libraryIndexEntry* findIndexEntry(const char* name, InternalFunctionObject& op);
+    // Tells the library that name (lower case, one name) is about to be
+    // looked up: where its index is read, the memory of the look-up is
+    // fetched ahead, so that a name asked of several libraries in turn
+    // waits for memory once rather than once per library.
+    void expectLookUp(std::string_view name) const { firstEntryOfName.prefetch(nameTable::hashOf(name)); }
     // Frees every entry; the next look-up reads the file again.
     void releaseIndex();
     // How many times any library has freed its entries: what remembers
@@ -131,6 +136,10 @@ private:
         static uint32_t hashOn(uint32_t hash, char c) { return (hash ^ static_cast<unsigned char>(c)) * 16777619u; }
         // The entry of name, or null.
         libraryIndexEntry* find(std::string_view name) const;
+        // Fetches the memory that a look-up of a name of this hash reads first.
+        void prefetch(uint32_t hash) const {
+            if (!slots.empty()) __builtin_prefetch(&slots[hash & (slots.size() - 1)]);
+        }
 
     private:
         // 16 bytes: the name is found in its entry's names, where it stands

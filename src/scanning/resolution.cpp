@@ -241,7 +241,12 @@ static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, us
 libraryUsage* DesignFileItem::findSymbolInUsedLibraries(const char* name, InternalFunctionObject& op) {
     // A library named twice answers the same twice: each is asked once,
     // in the order of its first place (the list holds one place per use).
-    for (LibraryFileItem* library : librariesIn(usedLibraries)) {
+    const std::vector<LibraryFileItem*>& libraries = librariesIn(usedLibraries);
+    if (libraries.size() > 1) {
+        const std::string key = lowerCase(name);
+        for (LibraryFileItem* library : libraries) library->expectLookUp(key);
+    }
+    for (LibraryFileItem* library : libraries) {
         if (library->getLibraryKind() != LibraryKindSymbols) continue;
         if (libraryIndexEntry* entry = library->findIndexEntry(name, op)) {
             entry->owner = library;
