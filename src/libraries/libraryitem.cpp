@@ -180,10 +180,12 @@ private:
 // more than the keyword. Setting the 0x20 bit folds a letter's case and
 // makes no other byte into a letter of the keyword, so one compare does.
 static bool isIndexLine(const char* line) {
-    uint64_t head = 0, keyword = 0;
+    static const char fold[8] = {0x20, 0x20, 0x20, 0x20, 0x20, 0x20, 0, 0};
+    uint64_t head = 0, keyword = 0, bits = 0;
     memcpy(&head, line, 6);
     memcpy(&keyword, indexKeyword, 6);
-    return (head | 0x202020202020ull) == keyword;
+    memcpy(&bits, fold, 8); // the bytes in the order of the others, on any host
+    return (head | bits) == keyword;
 }
 
 void LibraryFileItem::generateIndexList() {

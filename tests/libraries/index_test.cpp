@@ -10,6 +10,8 @@
 #include <random>
 
 #include "libraries/libraryitem.h"
+#include "platform/hostcalls.h"
+#include "platform/platform.h"
 #include "workspace/workspace.h"
 
 class Index : public ::testing::Test {
@@ -191,10 +193,11 @@ TEST_F(Index, MapAgreesWithAWalkInFileOrder) {
 // The index as a loop of fgets into a 1024-byte buffer reads it: kept here
 // as the reference for every quirk of that loop (pieces of 1023 bytes, NUL
 // bytes, the last line read twice, where the offsets count from). Each
-// entry as "names parent offset size block"; then the base offset.
-static std::vector<std::string> indexByLines(const std::string& hostPath) {
+// entry as "names parent offset size block"; then the base offset. Through
+// the engine's stream, so that a test can make its reads fail or fall short.
+static std::vector<std::string> indexByLines(const std::string& enginePath) {
     std::vector<std::string> result;
-    FILE* file = fopen(hostPath.c_str(), "rb");
+    FILE* file = kvFopen(enginePath.c_str(), "rb");
     if (!file) return result;
     char line[1024] = "", name[1024];
     int offset = 0, size = 0;
@@ -232,14 +235,19 @@ protected:
     // Reads content both ways and compares every entry and the base offset.
     void expectSame(const std::string& content, const std::string& what) {
         LibraryFileItem* lib = library(content);
+        EXPECT_EQ(readByBlocks(lib), indexByLines(path())) << what;
+    }
+    std::string path() const { return dir.engine("libs") + "\\t.slb"; }
+    // lib's index as indexByLines gives it.
+    std::vector<std::string> readByBlocks(LibraryFileItem* lib) {
         find(lib, "x");
         std::vector<std::string> read;
         for (const libraryIndexEntry* e : lib->getIndexEntries())
             read.push_back(std::string(e->names) + " " + (e->parent ? e->parent : "-") + " " +
                            std::to_string(e->offset) + " " + std::to_string(e->size) + " " + (e->isBlock ? "b" : "-"));
         read.push_back("base " + std::to_string(lib->getBaseOffset()));
-        EXPECT_EQ(read, indexByLines(dir.host("libs/t.slb"))) << what;
         lib->releaseIndex();
+        return read;
     }
 };
 
@@ -266,6 +274,11 @@ TEST_F(IndexByBlocks, CraftedLines) {
         {"a NUL in the first line behind the index", std::string("symloc A 1 2\nbo\0dy\n", 19)},
         {"a NUL in the keyword", std::string("sym\0oc A 1 2\nsymloc B 3 4\n*\n", 28)},
         {"lines ahead of the index", "* comment\n@INDEX\nSymLoc A 10 20\nsymloc B:A 30 5 b\n*symbol A\n"},
+        {"a NUL behind eight digits", std::string("symloc A 12345678\0 9\nsymloc B 00000001 1234567\0\n*\n", 50)},
+        {"numbers of eight digits and more, signs, junk",
+         "symloc A 00000001\nsymloc B 0000000100 -00000002\nsymloc C +0000001 00000009x\nsymloc D 1 2345678901\n*\n"},
+        {"names in every case, commas and colons", "symloc AbC,,dEF,:GhI:j 1 2\nsymloc ,X, 3 4\nsymloc "
+                                                   "LONGER_THAN_EIGHT,AND,MORE_THAN_SIXTEEN_BYTES:Z 5 6\n*\n"},
     };
     for (const auto& row : rows) expectSame(row.content, row.what);
 }
@@ -296,4 +309,65 @@ TEST_F(IndexByBlocks, LargeAndRandomIndexes) {
         if (random() % 2) content.pop_back();
         expectSame(content, "random round " + std::to_string(round));
     }
+}
+
+// An index line of exactly `length` bytes, line feed included (at least 20).
+static std::string lineOfLength(size_t length, int number) {
+    const std::string name = "N" + std::to_string(number) + ",", tail = " " + std::to_string(number) + " 7 b\n";
+    return "symloc " + name + std::string(length - 7 - name.size() - tail.size(), 'x') + tail;
+}
+
+// Index lines up to exactly `position` bytes of content.
+static void fillTo(std::string& content, size_t position) {
+    for (int n = 0; position - content.size() > 60; ++n) content += lineOfLength(40, n);
+    content += lineOfLength(position - content.size(), 99);
+}
+
+// Short and long lines that start just before the end of the first 64 KB
+// block, and the first line behind the index across it.
+TEST_F(IndexByBlocks, LinesAtTheBlockBoundary) {
+    for (size_t before : {1, 6, 7, 8, 9, 1022, 1023, 1024, 1500})
+        for (size_t length : {30, 1023, 2100}) {
+            std::string content = "@INDEX\n";
+            fillTo(content, 65536 - before);
+            content += lineOfLength(length, 7) + "symloc Q 1 2\n";
+            fillTo(content, 2 * 65536 + 5);
+            expectSame(content + "*body\n", std::to_string(length) + " bytes at " + std::to_string(before) + " before");
+        }
+    std::string content;
+    fillTo(content, 65536 - 10);
+    expectSame(content + "*symbol " + std::string(40, 's') + "\n", "the index ends across the boundary");
+}
+
+// A short read: at most 7 bytes a call, so that lines cross every end of
+// what was read.
+static ssize_t readSeven(int fd, void* buffer, size_t size) { return read(fd, buffer, size < 7 ? size : 7); }
+
+TEST_F(IndexByBlocks, FailedAndShortReads) {
+    std::string content = "@INDEX\n";
+    fillTo(content, 3 * 65536 + 100);
+    LibraryFileItem* lib = library(content + "*body\n");
+    // The n-th read fails: both readings stop there alike.
+    for (unsigned long n = 1; n <= 5; ++n) {
+        kvFaultAt(HostCall::Read, n, EIO);
+        const std::vector<std::string> expected = indexByLines(path());
+        kvFaultsClear();
+        kvFaultAt(HostCall::Read, n, EIO);
+        const std::vector<std::string> read = readByBlocks(lib);
+        kvFaultsClear();
+        EXPECT_EQ(read, expected) << "read " << n << " fails";
+    }
+    kvHost.read = readSeven;
+    const std::vector<std::string> expected = indexByLines(path()), read = readByBlocks(lib);
+    kvFaultsClear();
+    EXPECT_EQ(read, expected) << "short reads";
+    EXPECT_GT(read.size(), 4000u) << "the whole index read";
+}
+
+TEST_F(IndexByBlocks, TheEntriesBehindTheIndexAreNotRead) {
+    LibraryFileItem* lib = library("@INDEX\nsymloc A 0 4\nsymloc B 4 4\n" + std::string(8 << 20, 'e'));
+    kvFaultsClear();
+    find(lib, "a");
+    EXPECT_EQ(lib->getIndexEntries().size(), 2u);
+    EXPECT_EQ(kvHostCallCount(HostCall::Read), 1u) << "one block of 8 MB read";
 }
