@@ -87,11 +87,52 @@ static const char* readNumber(const char* p, int& number) {
     return p;
 }
 
+// The digits that lead the eight bytes at p, all at once: how many there
+// are (count) and the number they write. A byte is a digit when, with '0'
+// taken out by exclusive or, it is below 10; bit 7 of each byte marks that
+// without a carry between bytes. The digits, moved to the top of the word
+// behind zeros, are summed in pairs, fours and eights.
+static uint32_t leadingDigits(const char* p, size_t& count) {
+    const uint64_t eachByte = 0x0101010101010101ull, highBits = 0x8080808080808080ull;
+    uint64_t word;
+    memcpy(&word, p, 8);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    word = __builtin_bswap64(word); // the first byte lowest, as below
+#endif
+    const uint64_t values = word ^ ('0' * eachByte);
+    const uint64_t digits = ~((values & ~highBits) + (0x80 - 10) * eachByte) & ~values & highBits;
+    const uint64_t others = ~digits & highBits;
+    count = others ? static_cast<size_t>(__builtin_ctzll(others) / 8) : 8;
+    if (!count) return 0;
+    uint64_t v = count == 8 ? values : values << (8 * (8 - count));
+    v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFull;
+    v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFull;
+    v = (v * 10000 + (v >> 32)) & 0xFFFFFFFFull;
+    return static_cast<uint32_t>(v);
+}
+
+// readNumber, quicker for a number of up to eight digits without a sign,
+// as indexes write them, where nine bytes can be read at p (end is the
+// first byte that cannot).
+static const char* readNumber(const char* p, const char* end, int& number) {
+    if (end - p >= 9) {
+        size_t count;
+        const uint32_t value = leadingDigits(p, count);
+        if (count && (count < 8 || p[8] < '0' || p[8] > '9')) {
+            number = static_cast<int>(value); // eight digits fit an int
+            return p + count;
+        }
+    }
+    return readNumber(p, number);
+}
+
 // By hand rather than by sscanf: the index of a large library has tens of
 // thousands of lines. The name is left where it stands: start and length
-// (cut as the field is), length 0 when the text holds no field at all.
-static void readIndexFieldsAt(const char* text, const char*& nameStart, size_t& nameLength, int& offset, int& size,
-                              char& mark) {
+// (cut as the field is), length 0 when the text holds no field at all. end
+// is the first byte behind text that cannot be read (text ends at a NUL
+// before it).
+static void readIndexFieldsAt(const char* text, const char* end, const char*& nameStart, size_t& nameLength,
+                              int& offset, int& size, char& mark) {
     const char* p = skipBlanks(text);
     nameStart = p;
     nameLength = 0;
@@ -100,8 +141,8 @@ static void readIndexFieldsAt(const char* text, const char*& nameStart, size_t& 
     while (static_cast<unsigned char>(*p) > ' ' || (*p && !isBlank(*p))) ++p;
     nameLength = std::min(static_cast<size_t>(p - nameStart), lineSize - 1);
     p = nameStart + nameLength;
-    if (!(p = readNumber(skipBlanks(p), offset))) return;
-    if (!(p = readNumber(skipBlanks(p), size))) return;
+    if (!(p = readNumber(skipBlanks(p), end, offset))) return;
+    if (!(p = readNumber(skipBlanks(p), end, size))) return;
     p = skipBlanks(p);
     if (*p) mark = *p;
 }
@@ -109,7 +150,7 @@ static void readIndexFieldsAt(const char* text, const char*& nameStart, size_t& 
 void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
     const char* start;
     size_t length;
-    readIndexFieldsAt(text, start, length, offset, size, mark);
+    readIndexFieldsAt(text, text + strlen(text) + 1, start, length, offset, size, mark);
     if (!*start) return; // no field: the name as it was
     memcpy(name, start, length);
     name[length] = '\0';
@@ -221,7 +262,7 @@ void LibraryFileItem::generateIndexList() {
         size_t fieldLength = 0;
         char mark = 0;
         // The fields start behind "symloc" and one separator.
-        if (line[6] && line[7]) readIndexFieldsAt(line + 7, field, fieldLength, offset, size, mark);
+        if (line[6] && line[7]) readIndexFieldsAt(line + 7, line + sizeof line, field, fieldLength, offset, size, mark);
         inIndex = true;
         // names[:parent]; no names, no entry.
         const char* colon = fieldLength ? static_cast<const char*>(memchr(field, ':', fieldLength)) : nullptr;
