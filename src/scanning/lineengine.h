@@ -109,15 +109,19 @@ enum { scanLineSize = 1024 };
 // the call; pushBack and finished live only as long as the call, since a
 // reference ends it.
 struct scanPass {
+    // line starts empty, not zeroed: a pass is made at every reference
+    // found, and a line is always read into it before its bytes count.
     scanPass(FILE* in_, FILE* out_, char* work_, InternalFunctionObject& op_, int& state_)
-        : in(in_), out(out_), work(work_), op(op_), state(state_) {}
+        : in(in_), out(out_), work(work_), op(op_), state(state_) {
+        line[0] = '\0';
+    }
 
     FILE* in;
     FILE* out;  // null in a scan
     char* work; // the caller's, scanLineSize bytes
     InternalFunctionObject& op;
     int& state;
-    char line[scanLineSize] = "";
+    char line[scanLineSize];
     bool pushBack = false; // the line in the buffer is to be read again
     bool finished = false; // the end of the pass
 };
