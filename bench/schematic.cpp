@@ -5,9 +5,12 @@
 //            read(2) in 64 KB blocks: the bytes a scan cannot avoid; also
 //            the cat program on the same files (cat(1)), for comparison
 //   scan     getFileDependencies of the schematic on a fresh workspace:
-//            every part looked up, its symbol's text read for views and
-//            package, the package looked up
-//            and the same for a schematic with half its symbols missing
+//            each library's index read, every part looked up, each symbol's
+//            text read once (where it stands) for views and package, the
+//            package looked up; and the same for a schematic with half its
+//            symbols missing. Against cat and cat(1); the scan reads only
+//            the libraries' indexes and the entries it uses, so the bytes
+//            of cat are an upper bound of what it reads
 //   rewrite  rewriteFile of the schematic into a target directory through
 //            a copy-like operation, with the page index patched; against
 //            copying the schematic's bytes (cp)
