@@ -397,17 +397,15 @@ void DesignFileItem::scanSymbolViews(libraryUsage* usage, InternalFunctionObject
 // remembered.
 static bool packageNameOf(LibraryFileItem* library, libraryIndexEntry* entry, entryFacts* facts, std::string& name,
                           InternalFunctionObject& op) {
-    if (!facts || !facts->packageKnown) {
+    entryFacts outside; // without a scan's memory: learnt for this call only
+    entryFacts& known = facts ? *facts : outside;
+    if (!known.packageKnown) {
         char* text = readEntryText(library, entry, library, op);
         if (!text) return false;
-        entryFacts learnt;
-        learnPackage(text, facts ? *facts : learnt);
-        if (!facts) facts = &learnt;
-        name = facts->packageName;
-        return facts->hasPackage;
+        learnPackage(text, known);
     }
-    name = facts->packageName;
-    return facts->hasPackage;
+    name = known.packageName;
+    return known.hasPackage;
 }
 
 // The traces of a package found in packages, the package library beside its

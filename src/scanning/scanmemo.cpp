@@ -28,7 +28,6 @@ struct openLibrary {
     FILE* file;
 };
 
-
 struct distinctLibraries {
     size_t read = 0; // places of the list read
     std::unordered_set<const fileItem*> met;
