@@ -241,6 +241,10 @@ void LibraryFileItem::generateIndexList() {
         libraryIndexEntry* entry;
     };
     std::vector<pendingName> pending;
+    // Room for a name per 64 bytes of the file, up to a million: memory
+    // that is reserved but never written costs nothing, and a large index
+    // would otherwise be copied at every doubling.
+    pending.reserve(static_cast<size_t>(std::max<int64_t>(0, std::min<int64_t>(getSize() / 64, int64_t(1) << 20))));
     char line[lineSize] = "";
     int offset = 0, size = 0;
     bool inIndex = false;
