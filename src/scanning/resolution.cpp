@@ -220,7 +220,7 @@ static void walkParents(DesignFileItem& item, std::list<libraryUsage*>& list, us
     if (!library || !usage->entry || !usage->entry->parent || !usage->entry->parent[0]) return;
     std::set<std::string> met;
     met.insert(lowerCase(start));
-    std::string text = usage->entry->parent ? usage->entry->parent : "";
+    std::string text = usage->entry->parent;
     while (!text.empty()) {
         if (!met.insert(lowerCase(text.c_str())).second) return; // a loop
         libraryIndexEntry* parent = library->findIndexEntry(text.c_str(), op);
@@ -547,6 +547,23 @@ static void copyCut(char* out, size_t size, const char* text) {
     out[length] = '\0';
 }
 
+// The symbol library of a part line: its full path into
+// currentSymbolLibrary, and its tidied path (formed once in a scan, kept in
+// facts) given to the operation.
+static void giveSymbolLibrary(LibraryFileItem* library, packageLibraryFacts* facts, scanPass& pass) {
+    const char* fullPath = library->getFullPath();
+    copyCut(getScanContext().currentSymbolLibrary, sizeof getScanContext().currentSymbolLibrary, fullPath);
+    static pathstring path; // kept: its room serves every part line
+    if (facts && !facts->symbolPath.empty()) {
+        path = facts->symbolPath;
+    } else {
+        copyCut(pass.work, scanLineSize, fullPath);
+        path = pass.work;
+        if (facts) facts->symbolPath = path;
+    }
+    pass.op.dependencyFound(path, true, false);
+}
+
 // Part lines of a name met before in the pass. A schematic names a few
 // thousand symbols tens of thousands of times, and every later line of a
 // name (in any case) must leave exactly the traces the first left: the
@@ -644,14 +661,10 @@ static void rememberPart(const char* name, libraryIndexEntry* entry, DesignWorks
 
 // The traces of a part line of a name met before (see repeatedPart).
 static void replayPart(DesignFileItem& item, const repeatedPart& known, scanPass& pass) {
-    scanContext& context = getScanContext();
     known.entry->owner = known.library; // as findSymbol sets it at every use
     if (known.views)
         for (const auto& view : *known.views) placeViewItem(item, view.first, view.second);
-    copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, known.library->getFullPath());
-    static pathstring path; // kept: its room serves every part line
-    path = known.beside->symbolPath;
-    pass.op.dependencyFound(path, true, false);
+    giveSymbolLibrary(known.library, known.beside, pass);
     if (known.package)
         placePackageItem(item, besidePackageItem(item.getDesignOwner(), known.beside->packages, known.package,
                                                  known.beside, pass.op));
@@ -669,20 +682,8 @@ int DesignFileItem::partLine(scanPass& pass) {
     libraryIndexEntry* entry = name ? findSymbol(name, pass.op) : nullptr;
     int result = 0;
     if (entry && entry->owner) {
-        const char* library = entry->owner->getFullPath();
-        copyCut(context.currentSymbolLibrary, sizeof context.currentSymbolLibrary, library);
-        // The tidied path of a library is formed once in a scan.
         DesignWorkspace* ws = getDesignOwner();
-        packageLibraryFacts* facts = packageFactsOf(ws, entry->owner);
-        static pathstring path; // kept: its room serves every part line
-        if (facts && !facts->symbolPath.empty()) {
-            path = facts->symbolPath;
-        } else {
-            copyCut(pass.work, scanLineSize, library);
-            path = pass.work;
-            if (facts) facts->symbolPath = path;
-        }
-        pass.op.dependencyFound(path, true, false);
+        giveSymbolLibrary(entry->owner, packageFactsOf(ws, entry->owner), pass);
         scanSymbolPackage(entry, pass.op);
         if (!resolutionCancelled) rememberPart(name, entry, ws);
         pass.state = PackageLine; // the engine sets Line again
