@@ -55,16 +55,9 @@
 // 1. Small helpers
 // ---------------------------------------------------------------------------
 
-// line begins with keyword, without regard to (ASCII) case. A loop of its
-// own rather than _strnicmp: asked several times of every line that might
-// open a section or a part.
+// line begins with keyword, without regard to case.
 static bool startsWith(const char* line, const char* keyword) {
-    for (; *keyword; ++line, ++keyword) {
-        const char a = *line >= 'A' && *line <= 'Z' ? static_cast<char>(*line + ('a' - 'A')) : *line;
-        const char b = *keyword >= 'A' && *keyword <= 'Z' ? static_cast<char>(*keyword + ('a' - 'A')) : *keyword;
-        if (a != b) return false; // a shorter line differs at its terminator
-    }
-    return true;
+    return _strnicmp(line, keyword, strlen(keyword)) == 0;
 }
 
 // A line that ends the section it stands in.
