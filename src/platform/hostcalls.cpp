@@ -63,11 +63,16 @@ static int defaultFchmod(int fd, mode_t mode) { return ::fchmod(fd, mode); }
 static int defaultFutimens(int fd, const struct timespec times[2]) { return ::futimens(fd, times); }
 static char* defaultGetcwd(char* buffer, size_t size) { return ::getcwd(buffer, size); }
 static int defaultChdir(const char* path) { return ::chdir(path); }
+static void* defaultMmap(void* address, size_t size, int protection, int flags, int fd, off_t offset) {
+    return ::mmap(address, size, protection, flags, fd, offset);
+}
+static int defaultMunmap(void* address, size_t size) { return ::munmap(address, size); }
 
 const HostCallTable kvHostDefaults = {
     defaultOpen,  defaultRead,    defaultPread,    defaultWrite,    defaultClose,   defaultLseek,  defaultStat,
     defaultRename, defaultUnlink, defaultMkdir,    defaultRmdir,   defaultOpendir, defaultReaddir,
     defaultClosedir, defaultChmod, defaultFchmod, defaultFutimens, defaultGetcwd, defaultChdir,
+    defaultMmap,   defaultMunmap,
 };
 
 HostCallTable kvHost = kvHostDefaults;
@@ -76,7 +81,7 @@ const char* kvHostCallName(HostCall kind) {
     static const char* const names[] = {"open",  "read",    "write",   "close",    "lseek", "stat",
                                         "rename", "unlink", "mkdir",   "rmdir",    "opendir", "readdir",
                                         "closedir", "chmod", "fchmod", "futimens", "getcwd", "chdir",
-                                        "any"};
+                                        "mmap",     "any"};
     int i = static_cast<int>(kind);
     return i >= 0 && i <= static_cast<int>(HostCall::Any) ? names[i] : "?";
 }

@@ -23,6 +23,7 @@
 #include <cstddef>
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -50,6 +51,7 @@ enum class HostCall {
     Futimens,  // futimens(2)
     Getcwd,    // getcwd(3)
     Chdir,     // chdir(2)
+    Map,       // mmap(2) of a file to read; munmap(2) is not counted
     Any        // keep last
 };
 
@@ -82,6 +84,8 @@ struct HostCallTable {
     int (*futimens)(int fd, const struct timespec times[2]);
     char* (*getcwd)(char* buffer, size_t size);
     int (*chdir)(const char* path);
+    void* (*mmap)(void* address, size_t size, int protection, int flags, int fd, off_t offset);
+    int (*munmap)(void* address, size_t size);
 };
 
 // The table in use. Tests may replace entries; kvFaultsClear restores them.
@@ -195,6 +199,11 @@ inline int hostClosedir(DIR* dir) {
         return -1;
     }
     return kvHost.closedir(dir);
+}
+// A read-only shared mapping of the first size bytes of fd; MAP_FAILED
+// with errno set on failure.
+inline void* hostMapToRead(int fd, size_t size) {
+    return kvHostCallFails(HostCall::Map) ? MAP_FAILED : kvHost.mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
 }
 inline int hostChmod(const char* path, mode_t mode) {
     return kvHostCallFails(HostCall::Chmod) ? -1 : kvHost.chmod(path, mode);

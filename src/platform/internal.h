@@ -150,3 +150,24 @@ enum KvHandleKind : uint32_t { KvFindHandle = 0x464e4448u, KvFileHandle = 0x464c
 struct KvHandle {
     uint32_t kind;
 };
+
+// ---------------------------------------------------------------------------
+// 7. File views: a whole file mapped to read, for reads at many places
+// ---------------------------------------------------------------------------
+
+struct FileView {
+    const char* data = nullptr; // null: no view
+    size_t size = 0;
+};
+
+// Maps the first size bytes (size > 0) of fd to read. False, with errno
+// set, when the host will not.
+bool kvMapView(int fd, size_t size, FileView& view);
+// Unmaps view, which is empty behind it.
+void kvUnmapView(FileView& view);
+// Copies size bytes at offset of view (offset + size <= view.size) into
+// out. False when the file has been cut shorter than the view since it was
+// mapped: what lay past its new end reads as zeros, and the view no longer
+// tells the file. The process does not die of it: the host's SIGBUS for a
+// page of the view under this copy is caught (see fileview.cpp).
+bool kvCopyFromView(const FileView& view, size_t offset, char* out, size_t size);

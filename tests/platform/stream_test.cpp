@@ -3,7 +3,10 @@
 #include "platform_test.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
+#include <sys/mman.h>
+#include <sys/wait.h>
 
 // Everything a stream yields, read in chunks of `chunk` bytes.
 static std::string readAll(FILE* f, size_t chunk) {
@@ -186,6 +189,117 @@ TEST(ReadModes, ReadAtAPlaceOfABinaryStream) {
     EXPECT_EQ(3u, kvReadAt(f, 10, bytes, 3));
     EXPECT_EQ(std::string("\nab"), std::string(bytes, 3));
     fclose(f);
+}
+
+// A file of the size of a library: a line of its offset per 32 bytes.
+static std::string largeText(size_t size) {
+    std::string text;
+    char line[40];
+    while (text.size() < size) {
+        snprintf(line, sizeof line, "%030zu\n", text.size());
+        text += line;
+    }
+    text.resize(size);
+    return text;
+}
+
+// From the second read at a place, a large file is read through a view of
+// it: the same bytes as the file holds, reads that count and fail as host
+// reads, and the host's answer wherever the view cannot give it.
+TEST(ReadModes, ReadsAtPlacesOfALargeFileGoThroughOneView) {
+    TempDir dir;
+    const std::string text = largeText(300000);
+    writeFile(dir.host("big.slb"), text);
+    FILE* f = kvFopen(dir.engine("big.slb").c_str(), "rb");
+    ASSERT_NE(nullptr, f);
+    kvFaultsClear();
+    char bytes[512];
+    const size_t places[] = {0, 31, 4095, 4096, 65537, 123457, 299000, text.size() - 512};
+    for (size_t place : places) {
+        ASSERT_EQ(512u, kvReadAt(f, static_cast<int64_t>(place), bytes, 512)) << place;
+        EXPECT_EQ(text.substr(place, 512), std::string(bytes, 512)) << place;
+    }
+    EXPECT_EQ(1u, kvHostCallCount(HostCall::Map)) << "one view for all reads";
+    EXPECT_EQ(8u, kvHostCallCount(HostCall::Read)) << "each read at a place counts as a read";
+    EXPECT_EQ(100u, kvReadAt(f, static_cast<int64_t>(text.size() - 100), bytes, 512)) << "fewer at the end";
+    EXPECT_EQ(0u, kvReadAt(f, static_cast<int64_t>(text.size() + 5), bytes, 8));
+    EXPECT_EQ(0u, kvReadAt(f, -1, bytes, 8)) << "no place before the start";
+
+    kvFaultAt(HostCall::Read, 1, EIO);
+    EXPECT_EQ(0u, kvReadAt(f, 1000, bytes, 8)) << "a fault fails a read from the view";
+    EXPECT_TRUE(ferror(f));
+    kvFaultsClear();
+    clearerr(f);
+
+    // Grown since it was viewed: the bytes past the view come from the host.
+    FILE* host = fopen(dir.host("big.slb").c_str(), "ab");
+    ASSERT_NE(nullptr, host);
+    fputs("tail", host);
+    fclose(host);
+    ASSERT_EQ(4u, kvReadAt(f, static_cast<int64_t>(text.size()), bytes, 8));
+    EXPECT_EQ("tail", std::string(bytes, 4));
+    fclose(f);
+
+    // A small file, or a view the host refuses: every read goes to the host.
+    writeFile(dir.host("small.slb"), text.substr(0, 1000));
+    for (const char* name : {"small.slb", "big.slb"}) {
+        if (std::string(name) == "big.slb") kvFaultAt(HostCall::Map, 1, ENOMEM);
+        f = kvFopen(dir.engine(name).c_str(), "rb");
+        ASSERT_NE(nullptr, f);
+        for (size_t place : {10, 500, 900}) {
+            ASSERT_EQ(64u, kvReadAt(f, static_cast<int64_t>(place), bytes, 64)) << name;
+            EXPECT_EQ(text.substr(place, 64), std::string(bytes, 64)) << name;
+        }
+        fclose(f);
+        kvFaultsClear();
+    }
+}
+
+// Another program may cut a library short while a scan has it in view:
+// the reads give what the file now holds, and the process lives on.
+TEST(ReadModes, AFileCutShortUnderItsViewReadsAsTheHostSays) {
+    TempDir dir;
+    const std::string text = largeText(200000);
+    writeFile(dir.host("cut.slb"), text);
+    FILE* f = kvFopen(dir.engine("cut.slb").c_str(), "rb");
+    ASSERT_NE(nullptr, f);
+    char bytes[256];
+    ASSERT_EQ(16u, kvReadAt(f, 0, bytes, 16));
+    ASSERT_EQ(16u, kvReadAt(f, 100000, bytes, 16)) << "the view is made here";
+    ASSERT_EQ(0, truncate(dir.host("cut.slb").c_str(), 50000));
+    EXPECT_EQ(0u, kvReadAt(f, 150000, bytes, 256)) << "past the new end: nothing";
+    EXPECT_EQ(100u, kvReadAt(f, 49900, bytes, 256)) << "across it: what is left";
+    EXPECT_EQ(text.substr(49900, 100), std::string(bytes, 100));
+    ASSERT_EQ(64u, kvReadAt(f, 1000, bytes, 64));
+    EXPECT_EQ(text.substr(1000, 64), std::string(bytes, 64));
+    EXPECT_FALSE(ferror(f));
+    fclose(f);
+}
+
+// The guard catches faults of a view's copy only: a program's own read
+// past the end of a file it mapped still ends it by a signal, as it would
+// without us (SIGBUS; under a sanitizer, whose handler came first, its
+// abort).
+TEST(ReadModesDeathTest, AFaultOutsideAViewsCopyStillEndsTheProcess) {
+    TempDir dir;
+    writeFile(dir.host("own.bin"), largeText(100000));
+    FILE* f = kvFopen(dir.engine("own.bin").c_str(), "rb");
+    ASSERT_NE(nullptr, f);
+    char bytes[8];
+    kvReadAt(f, 0, bytes, 8);
+    kvReadAt(f, 8, bytes, 8); // the guard is installed with this view
+    fclose(f);
+    const std::string path = dir.host("own.bin");
+    EXPECT_EXIT(
+        {
+            const int fd = open(path.c_str(), O_RDONLY);
+            const char* data = static_cast<const char*>(mmap(nullptr, 100000, PROT_READ, MAP_SHARED, fd, 0));
+            if (data == MAP_FAILED || truncate(path.c_str(), 10) != 0) _exit(3);
+            volatile char c = data[50000];
+            (void)c;
+            _exit(0);
+        },
+        [](int status) { return WIFSIGNALED(status); }, "");
 }
 
 TEST(WriteModes, ReadWriteRewindAndPatch) {
