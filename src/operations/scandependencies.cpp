@@ -2,7 +2,9 @@
 // two ways a scan speaks to the client.
 #include "operations/scandependencies.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "platform/platform.h"
 
@@ -24,24 +26,34 @@ IFOscanDependencies::IFOscanDependencies(callBack* client_, fileItem* item)
 
 void IFOscanDependencies::abort() {}
 
+size_t IFOscanDependencies::recentSlot(const pathstring& path) {
+    uint64_t tail = 0;
+    const size_t size = path.size();
+    memcpy(&tail, path.data() + (size > 8 ? size - 8 : 0), size < 8 ? size : 8);
+    return static_cast<size_t>(((tail ^ size) * 0x9E3779B97F4A7C15ull) >> 60) % recentCount;
+}
+
 bool IFOscanDependencies::dependencyFound(pathstring& path, bool isLibraryDependency, bool) {
     // A schematic names the same library at every part: the path work and
     // the item's look-up are done once for each path met.
-    auto known = pathsMet.find(path);
-    if (known != pathsMet.end()) {
-        path = known->second.first;
-        kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
-    } else {
-        std::string met(path);
-        path.assignRelativeTo(itemDirectory);
-        kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
-        // A path that names no file (an empty reference, made absolute, is
-        // the file's own directory) is not one the workspace can take as
-        // an item.
-        fileItem* item = nullptr;
-        if (scanWorkspace && !path.getBase().empty()) item = scanWorkspace->addFileItem(path.c_str(), nullptr);
-        known = pathsMet.emplace(std::move(met), std::make_pair(path, item)).first;
+    const size_t slot = recentSlot(path);
+    const pathMet* known = recent[slot];
+    if (!known || known->first.size() != path.size() || memcmp(known->first.data(), path.data(), path.size()) != 0) {
+        auto met = pathsMet.find(path);
+        if (met == pathsMet.end()) {
+            std::string given(path);
+            path.assignRelativeTo(itemDirectory);
+            // A path that names no file (an empty reference, made absolute,
+            // is the file's own directory) is not one the workspace can take
+            // as an item.
+            fileItem* item = nullptr;
+            if (scanWorkspace && !path.getBase().empty()) item = scanWorkspace->addFileItem(path.c_str(), nullptr);
+            met = pathsMet.emplace(std::move(given), std::make_pair(path, item)).first;
+        }
+        known = recent[slot] = &*met;
     }
+    path = known->second.first;
+    kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
     fileItem* found = known->second.second;
     if (!found) return true;
     DesignFileItem* item = static_cast<DesignFileItem*>(scannedItem);

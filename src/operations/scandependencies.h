@@ -47,7 +47,15 @@ private:
     // Each path met, as given, with the path made absolute and its item
     // (null when it names none). Items do not go while a scan runs, and
     // the object lives for one scan.
+    using pathMet = std::unordered_map<std::string, std::pair<pathstring, fileItem*>>::value_type;
     std::unordered_map<std::string, std::pair<pathstring, fileItem*>> pathsMet;
+    // Paths met lately, by a hash of their length and last bytes: a
+    // schematic names the same few libraries at every part, and paths of
+    // one directory differ at their ends. Nodes of the map stay where they
+    // are.
+    static const size_t recentCount = 16;
+    const pathMet* recent[recentCount] = {};
+    static size_t recentSlot(const pathstring& path);
     pathstring unusedPath;
     DesignWorkspace* scanWorkspace;
     std::string nameText, directoryText, otherNameText, otherDirText;

@@ -204,3 +204,20 @@ TEST_F(Formats, ScanOperationFillsBothLists) {
     EXPECT_EQ(names(a->getFileDependencies(nullptr)), std::vector<std::string>{"x.inc"});
     EXPECT_EQ(names(a->getSystemDependencies(nullptr)), std::vector<std::string>{"y.lib"});
 }
+
+// Paths met again are answered from memory; paths alike in length and
+// ending, met in turns, must each keep their own answer.
+TEST_F(Formats, ScanOperationTellsPathsAlikeApart) {
+    open({{"a.cir", "* a\n"}, {"p\\lib.slb", ""}, {"q\\lib.slb", ""}});
+    DesignFileItem* a = item("a.cir");
+    a->getFileDependencies(nullptr);
+    IFOscanDependencies op(nullptr, a);
+    for (int round = 0; round < 3; ++round)
+        for (const char* given : {"p\\lib.slb", "q\\lib.slb", "p\\LIB.slb"}) {
+            pathstring path(given);
+            op.dependencyFound(path, false, false);
+            EXPECT_EQ(path, dir.engine(given)) << given << " in round " << round;
+        }
+    EXPECT_EQ(names(a->getFileDependencies(nullptr)), (std::vector<std::string>{"lib.slb", "lib.slb"}))
+        << "one item for each file";
+}
