@@ -97,6 +97,17 @@ static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packa
 static std::unordered_map<std::string, pathstring> tidiedPaths;
 static std::unordered_map<const void*, std::unordered_set<const fileItem*>> recordsOfList;
 static std::unordered_map<const void*, distinctLibraries> librariesOfList;
+// Pairs of list and item known to be recorded, by a hash of both, one pair
+// to a slot: a part line asks for the same two or three pairs as the part
+// lines before it, and one compare here spares two hash look-ups.
+namespace {
+struct recordedPair {
+    const void* list = nullptr;
+    const fileItem* item = nullptr;
+};
+} // namespace
+static recordedPair recentRecords[64];
+
 enum { maxOpenLibraries = 16 };
 
 // ---------------------------------------------------------------------------
@@ -114,6 +125,7 @@ bool endLibraryReads() {
     packageFacts.clear();
     tidiedPaths.clear();
     recordsOfList.clear();
+    for (recordedPair& recent : recentRecords) recent = recordedPair();
     librariesOfList.clear();
     return true;
 }
@@ -193,17 +205,32 @@ void assignTidied(pathstring& path, const char* text) {
     path = known->second;
 }
 
+static recordedPair& recentRecordOf(const void* list, const fileItem* item) {
+    const uintptr_t key = reinterpret_cast<uintptr_t>(list) * 31 + reinterpret_cast<uintptr_t>(item);
+    return recentRecords[(key >> 4) * 0x9E3779B97F4A7C15ull >> 58];
+}
+
 bool isRecordedIn(const std::list<fileItem*>& list, const fileItem* item) {
     if (spans == 0) return false;
+    recordedPair& recent = recentRecordOf(&list, item);
+    if (recent.list == &list && recent.item == item) return true;
     auto found = recordsOfList.find(&list);
-    return found != recordsOfList.end() && found->second.count(item) != 0;
+    if (found == recordsOfList.end() || found->second.count(item) == 0) return false;
+    recent = {&list, item};
+    return true;
 }
 
 void rememberRecordedIn(const std::list<fileItem*>& list, const fileItem* item) {
-    if (spans > 0) recordsOfList[&list].insert(item);
+    if (spans == 0) return;
+    recordsOfList[&list].insert(item);
+    recentRecordOf(&list, item) = {&list, item};
 }
 
-void forgetRecordsIn(const std::list<fileItem*>& list) { recordsOfList.erase(&list); }
+void forgetRecordsIn(const std::list<fileItem*>& list) {
+    recordsOfList.erase(&list);
+    for (recordedPair& recent : recentRecords)
+        if (recent.list == &list) recent = recordedPair();
+}
 
 const std::vector<LibraryFileItem*>& librariesIn(const std::vector<fileItem*>& list) {
     static distinctLibraries outside;
