@@ -48,13 +48,14 @@ bool IFOscanDependencies::dependencyFound(pathstring& path, bool isLibraryDepend
             // as an item.
             fileItem* item = nullptr;
             if (scanWorkspace && !path.getBase().empty()) item = scanWorkspace->addFileItem(path.c_str(), nullptr);
-            met = pathsMet.emplace(std::move(given), std::make_pair(path, item)).first;
+            const bool asGiven = given == path;
+            met = pathsMet.emplace(std::move(given), pathAnswer{path, item, asGiven}).first;
         }
         known = recent[slot] = &*met;
     }
-    path = known->second.first;
+    if (!known->second.asGiven) path = known->second.path;
     kvTrace("FILE DEPENDENCY FOUND: %s\n", path.c_str());
-    fileItem* found = known->second.second;
+    fileItem* found = known->second.item;
     if (!found) return true;
     DesignFileItem* item = static_cast<DesignFileItem*>(scannedItem);
     if (isLibraryDependency)

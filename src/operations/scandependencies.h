@@ -44,11 +44,15 @@ private:
     fileItem* scannedItem;
     callBackRecord record;
     pathstring itemDirectory;
-    // Each path met, as given, with the path made absolute and its item
-    // (null when it names none). Items do not go while a scan runs, and
-    // the object lives for one scan.
-    using pathMet = std::unordered_map<std::string, std::pair<pathstring, fileItem*>>::value_type;
-    std::unordered_map<std::string, std::pair<pathstring, fileItem*>> pathsMet;
+    // Each path met, as given, with the path made absolute and its item.
+    // Items do not go while a scan runs, and the object lives for one scan.
+    struct pathAnswer {
+        pathstring path;
+        fileItem* item;  // null when it names none
+        bool asGiven;    // path is the path as given (a full path)
+    };
+    using pathMet = std::unordered_map<std::string, pathAnswer>::value_type;
+    std::unordered_map<std::string, pathAnswer> pathsMet;
     // Paths met lately, by a hash of their length and last bytes: a
     // schematic names the same few libraries at every part, and paths of
     // one directory differ at their ends. Nodes of the map stay where they
