@@ -94,6 +94,8 @@ static factsTable facts;
 static uint64_t factsReleases = 0; // LibraryFileItem::indexReleases() when facts was last valid
 static std::unordered_map<const fileItem*, LibraryFileItem*> libraryOfItem;
 static std::map<std::pair<const DesignWorkspace*, const LibraryFileItem*>, packageLibraryFacts> packageFacts;
+static std::pair<const DesignWorkspace*, const LibraryFileItem*> lastPackageKey;
+static packageLibraryFacts* lastPackageFacts = nullptr; // of lastPackageKey
 static std::unordered_map<std::string, pathstring> tidiedPaths;
 static std::unordered_map<const void*, std::unordered_set<const fileItem*>> recordsOfList;
 static std::unordered_map<const void*, distinctLibraries> librariesOfList;
@@ -123,6 +125,7 @@ bool endLibraryReads() {
     facts.clear();
     libraryOfItem.clear();
     packageFacts.clear();
+    lastPackageFacts = nullptr;
     tidiedPaths.clear();
     recordsOfList.clear();
     for (recordedPair& recent : recentRecords) recent = recordedPair();
@@ -174,7 +177,13 @@ entryFacts* factsOfEntry(DesignWorkspace* ws, LibraryFileItem* library, libraryI
 }
 
 packageLibraryFacts* packageFactsOf(DesignWorkspace* ws, LibraryFileItem* library) {
-    return spans == 0 ? nullptr : &packageFacts[{ws, library}];
+    if (spans == 0) return nullptr;
+    // A first part line asks three times for the same library.
+    if (!lastPackageFacts || lastPackageKey.first != ws || lastPackageKey.second != library) {
+        lastPackageKey = {ws, library};
+        lastPackageFacts = &packageFacts[lastPackageKey];
+    }
+    return lastPackageFacts;
 }
 
 // ---------------------------------------------------------------------------
