@@ -247,7 +247,8 @@ int DesignFileItem::schematicLine(scanPass& pass) {
         const size_t before = static_cast<size_t>(equals - line);
         component = component || (before >= 9 && memcmp(equals - 9, "COMPONENT", 9) == 0);
         part = part || (before >= 4 && memcmp(equals - 4, "PART", 4) == 0);
-        fileName = fileName || (before >= 8 && _strnicmp(equals - 8, "filename", 8) == 0);
+        // The last letter first: most "="s stand behind other words.
+        fileName = fileName || (before >= 8 && (equals[-1] | 0x20) == 'e' && _strnicmp(equals - 8, "filename", 8) == 0);
     }
     if (component) return packageReference(*this, pass, "COMPONENT=");
     if (part) return packageReference(*this, pass, "PART=");
