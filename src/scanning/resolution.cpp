@@ -316,20 +316,28 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
 }
 
 // The package name that an entry's text gives, into facts: what stands
-// behind "component=" (or, without one, "part=") in the lower-cased text up
-// to the line feed, a carriage return included (the text is read in
-// binary). Lower-cases text.
-static void learnPackage(char* text, entryFacts& facts) {
-    _strlwr(text);
-    char* keyword = strstr(text, "component=");
-    const size_t keywordLength = keyword ? 10 : 5;
-    if (!keyword) keyword = strstr(text, "part=");
+// behind "component=" (or, without one, "part=") up to the line feed, a
+// carriage return included (the text is read in binary), in lower case.
+// Both keywords are found without regard to case and may stand anywhere;
+// the first of each counts. One walk over the text's "="s finds both.
+static void learnPackage(const char* text, entryFacts& facts) {
+    const char* component = nullptr;
+    const char* part = nullptr;
+    for (const char* equals = strchr(text, '='); equals && !component; equals = strchr(equals + 1, '=')) {
+        const size_t before = static_cast<size_t>(equals - text);
+        if (before < 4 || (equals[-1] | 0x20) != 't') continue; // both keywords end in "t"
+        if (before >= 9 && _strnicmp(equals - 9, "component", 9) == 0)
+            component = equals + 1;
+        else if (!part && _strnicmp(equals - 4, "part", 4) == 0)
+            part = equals + 1;
+    }
+    const char* value = component ? component : part;
     facts.packageKnown = true;
-    facts.hasPackage = keyword != nullptr;
+    facts.hasPackage = value != nullptr;
     facts.packageName.clear();
-    if (keyword) {
-        const char* value = keyword + keywordLength;
+    if (value) {
         facts.packageName.assign(value, strcspn(value, "\n"));
+        for (char& c : facts.packageName) c = lowerAscii(c);
     }
 }
 

@@ -180,6 +180,14 @@ static const resolutionRow resolutionRows[] = {
                                  {"pads", packageText("pads")}, {"ck05", packageText("ck05")}})}},
      {"U1 parts.slb", "C parts.slb"}, {"so8 parts.plb", "SMD parts.plb", "pads parts.plb", "ck05 parts.plb"}, "",
      nullptr, nullptr, "parts.plb"},
+    // The first COMPONENT= of a symbol's text wins over any PART=, in any
+    // case and wherever it stands, even inside a longer word.
+    {"the package keyword is found in any case, COMPONENT before PART", nullptr, {},
+     {{"top.sch", schematic(kPartsAndPackages, "part 1 K 0 0 h\npart 2 M 0 0 h\n")},
+      {"parts.slb", libraryText({{"k", "*symbol k\na 0 sp 1 0 1 2 hcn 100 PART=ck05\na 0 x 0 0 0 0 hln 100 Component=So8\n"},
+                                 {"m", "*symbol m\nd a=b\na 0 u 0 0 0 0 hln 100 XPART=Dip\n"}})},
+      {"parts.plb", libraryText({{"so8", packageText("so8")}, {"ck05", packageText("ck05")}, {"dip", packageText("dip")}})}},
+     {"K parts.slb", "M parts.slb"}, {"so8 parts.plb", "dip parts.plb"}, "", nullptr, nullptr, "parts.plb"},
     {"a package beside its symbol with a missing or looping parent", nullptr, {},
      {{"top.sch", schematic(kPartsAndPackages, "part 1 U1 0 0 h\npart 2 U2 0 0 h\npart 3 U1 0 0 h\n")},
       {"parts.slb", libraryText({{"u1", symbolText("u1", "DIP")}, {"u2", symbolText("u2", "LOOP")}})},
