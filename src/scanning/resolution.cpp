@@ -90,10 +90,13 @@ static std::string lowerCase(const char* name) {
     return key;
 }
 
-// The hash of name's length bytes, lower-cased (FNV-1a).
+// A hash of name's length bytes that ignores ASCII case (FNV-1a). Each
+// byte is taken with its 0x20 bit set: that folds the case of letters
+// without a test, and joins only a few other pairs, which the compare of
+// the names then tells apart.
 static uint32_t foldedHash(const char* name, size_t length) {
     uint32_t hash = 2166136261u;
-    for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<unsigned char>(lowerAscii(name[i]))) * 16777619u;
+    for (size_t i = 0; i < length; ++i) hash = (hash ^ (static_cast<unsigned char>(name[i]) | 0x20u)) * 16777619u;
     return hash;
 }
 
@@ -585,7 +588,7 @@ static void giveSymbolLibrary(LibraryFileItem* library, packageLibraryFacts* fac
 // name's first record stays first); the table is emptied for every pass.
 namespace {
 struct repeatedPart {
-    std::string name; // lower case
+    std::string name; // as the first line wrote it
     libraryIndexEntry* entry;
     LibraryFileItem* library;
     const std::vector<std::pair<fileItem*, bool>>* views; // null: none
@@ -608,7 +611,10 @@ public:
         for (size_t i = hash & mask; slots[i].part; i = (i + 1) & mask) {
             if (slots[i].hash != hash) continue;
             const repeatedPart& part = parts[slots[i].part - 1];
-            if (part.name.size() == length && equalIgnoringCase(part.name.data(), name, length)) return &part;
+            // A design mostly writes a name the same way each time.
+            if (part.name.size() == length && (memcmp(part.name.data(), name, length) == 0 ||
+                                               equalIgnoringCase(part.name.data(), name, length)))
+                return &part;
         }
         return nullptr;
     }
@@ -664,7 +670,7 @@ static void rememberPart(const char* name, libraryIndexEntry* entry, DesignWorks
         if (!facts->package || !beside->packages || !beside->packageItem) return;
         package = facts->package;
     }
-    repeats.add({lowerCase(name), entry, entry->owner, facts->views.empty() ? nullptr : &facts->views, beside, package});
+    repeats.add({name, entry, entry->owner, facts->views.empty() ? nullptr : &facts->views, beside, package});
 }
 
 // The traces of a part line of a name met before (see repeatedPart).
