@@ -59,6 +59,23 @@ static const size_t lineSize = 1024;
 
 static bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
+// A byte that ends a field: a blank, or the end of the line.
+static bool isFieldEnd(char c) { return static_cast<unsigned char>(c) <= ' ' && (c == '\0' || isBlank(c)); }
+
+// The bytes of a name field by table, for the pass over an index's names:
+// those that end the names (the field's end, or ":" before a parent), and
+// each byte lowered as _strlwr lowers (ASCII letters only).
+static const struct nameByteTables {
+    bool stops[256];
+    char lower[256];
+    nameByteTables() {
+        for (int c = 0; c < 256; ++c) {
+            stops[c] = c == ':' || isFieldEnd(static_cast<char>(c));
+            lower[c] = static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+        }
+    }
+} nameBytes;
+
 static const char* skipBlanks(const char* p) {
     while (isBlank(*p)) ++p;
     return p;
@@ -113,8 +130,8 @@ static uint32_t leadingDigits(const char* p, size_t& count) {
 
 // readNumber, quicker for a number of up to eight digits without a sign,
 // as indexes write them, where nine bytes can be read at p (end is the
-// first byte that cannot).
-static const char* readNumber(const char* p, const char* end, int& number) {
+// first byte that cannot). Inlined: the index reader calls it twice a line.
+static inline __attribute__((always_inline)) const char* readNumber(const char* p, const char* end, int& number) {
     if (end - p >= 9) {
         size_t count;
         const uint32_t value = leadingDigits(p, count);
@@ -124,6 +141,15 @@ static const char* readNumber(const char* p, const char* end, int& number) {
         }
     }
     return readNumber(p, number);
+}
+
+// The fields behind the name: "%d %d %c" at p, as readIndexFieldsAt reads
+// them.
+static void readIndexNumbersAt(const char* p, const char* end, int& offset, int& size, char& mark) {
+    if (!(p = readNumber(skipBlanks(p), end, offset))) return;
+    if (!(p = readNumber(skipBlanks(p), end, size))) return;
+    p = skipBlanks(p);
+    if (*p) mark = *p;
 }
 
 // By hand rather than by sscanf: the index of a large library has tens of
@@ -137,14 +163,9 @@ static void readIndexFieldsAt(const char* text, const char* end, const char*& na
     nameStart = p;
     nameLength = 0;
     if (!*p) return;
-    // Characters above the blank are never blanks: most of a name.
-    while (static_cast<unsigned char>(*p) > ' ' || (*p && !isBlank(*p))) ++p;
+    while (!isFieldEnd(*p)) ++p;
     nameLength = std::min(static_cast<size_t>(p - nameStart), lineSize - 1);
-    p = nameStart + nameLength;
-    if (!(p = readNumber(skipBlanks(p), end, offset))) return;
-    if (!(p = readNumber(skipBlanks(p), end, size))) return;
-    p = skipBlanks(p);
-    if (*p) mark = *p;
+    readIndexNumbersAt(nameStart + nameLength, end, offset, size, mark);
 }
 
 void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
@@ -262,49 +283,63 @@ void LibraryFileItem::generateIndexList() {
             ended = true;
             break;
         }
-        const char* field = nullptr;
-        size_t fieldLength = 0;
         char mark = 0;
-        // The fields start behind "symloc" and one separator.
-        if (line[6] && line[7]) readIndexFieldsAt(line + 7, line + sizeof line, field, fieldLength, offset, size, mark);
         inIndex = true;
+        // The fields start behind "symloc" and one separator. The name field
+        // is read in one pass: its names (up to the first ":") lowered (as
+        // _strlwr: ASCII letters only) into lowered and hashed while the
+        // bytes pass, then the parent as written, up to a blank.
+        if (!line[6] || !line[7]) continue;
+        const char* field = skipBlanks(line + 7);
+        if (!*field) continue; // no field: no entry, the numbers as they were
+        char lowered[lineSize];
+        uint32_t hash = nameTable::hashOf("");
+        bool comma = false;
+        size_t length = 0;
+        for (;; ++length) {
+            const unsigned char c = static_cast<unsigned char>(field[length]);
+            if (nameBytes.stops[c]) break;
+            const char low = nameBytes.lower[c];
+            lowered[length] = low;
+            hash = nameTable::hashOn(hash, low);
+            comma |= low == ',';
+        }
+        size_t fieldLength = length;
+        while (!isFieldEnd(field[fieldLength])) ++fieldLength;
+        readIndexNumbersAt(field + fieldLength, line + sizeof line, offset, size, mark);
         // names[:parent]; no names, no entry.
-        const char* colon = fieldLength ? static_cast<const char*>(memchr(field, ':', fieldLength)) : nullptr;
-        const size_t length = colon ? static_cast<size_t>(colon - field) : fieldLength;
         if (length == 0) continue;
-        const size_t parentSize = colon ? fieldLength - length : 0; // with its terminator
-        // The entry, then ",name," in lower case (as _strlwr: ASCII letters
-        // only), then the parent as written.
+        const bool hasParent = fieldLength > length;
+        const size_t parentSize = hasParent ? fieldLength - length : 0; // with its terminator
+        // The entry, then ",name," in lower case, then the parent.
         char* block = static_cast<char*>(fromPool(sizeof(libraryIndexEntry) + length + 3 + parentSize));
         if (!block) break;
         libraryIndexEntry* entry = new (block) libraryIndexEntry;
         entry->pooled = true;
         char* names = block + sizeof(libraryIndexEntry);
         entry->names = names;
-        // Each single name between two commas goes to the map with its
-        // hash, taken here while the bytes pass (empty names too, as a walk
-        // would meet them); the map takes them all behind the loop, at its
-        // final size.
         names[0] = ',';
-        size_t nameStart = 1;
-        uint32_t hash = nameTable::hashOf("");
-        for (size_t i = 0; i < length; ++i) {
-            const char c = field[i] >= 'A' && field[i] <= 'Z' ? static_cast<char>(field[i] + ('a' - 'A')) : field[i];
-            names[i + 1] = c;
-            if (c != ',') {
-                hash = nameTable::hashOn(hash, c);
-                continue;
+        memcpy(names + 1, lowered, length);
+        // Each single name between two commas goes to the map with its hash
+        // (empty names too, as a walk would meet them); the map takes them
+        // all behind the loop, at its final size. Mostly there is one, whose
+        // hash the pass took.
+        if (!comma) {
+            pending.push_back({std::string_view(names + 1, length), hash, entry});
+        } else {
+            size_t nameStart = 1;
+            for (size_t i = 1; i <= length + 1; ++i) {
+                if (i <= length && names[i] != ',') continue;
+                const std::string_view name(names + nameStart, i - nameStart);
+                pending.push_back({name, nameTable::hashOf(name), entry});
+                nameStart = i + 1;
             }
-            pending.push_back({std::string_view(names + nameStart, i + 1 - nameStart), hash, entry});
-            nameStart = i + 2;
-            hash = nameTable::hashOf("");
         }
-        pending.push_back({std::string_view(names + nameStart, length + 1 - nameStart), hash, entry});
         names[length + 1] = ',';
         names[length + 2] = '\0';
-        if (colon) {
+        if (hasParent) {
             entry->parent = names + length + 3;
-            memcpy(entry->parent, colon + 1, parentSize - 1);
+            memcpy(entry->parent, field + length + 1, parentSize - 1);
             entry->parent[parentSize - 1] = '\0';
         }
         entry->offset = offset;
