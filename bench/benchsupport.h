@@ -24,9 +24,11 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <functional>
+#include <spawn.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -154,6 +156,26 @@ inline std::string makeTempDir(const char* name) {
 inline void run(const std::string& command) {
     if (system(command.c_str()) != 0) {
         fprintf(stderr, "failed: %s\n", command.c_str());
+        exit(1);
+    }
+}
+
+// Runs a program with its arguments, without a shell, its standard output
+// to /dev/null: what the program costs, process start included, and no
+// more. A benchmark whose baseline fails stops.
+inline void runProgram(const std::vector<std::string>& arguments) {
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    int status = 0;
+    const int error = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        fprintf(stderr, "failed: %s\n", arguments[0].c_str());
         exit(1);
     }
 }
