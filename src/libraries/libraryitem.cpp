@@ -146,6 +146,19 @@ static inline __attribute__((always_inline)) const char* readNumber(const char* 
 // The fields behind the name: "%d %d %c" at p, as readIndexFieldsAt reads
 // them.
 static void readIndexNumbersAt(const char* p, const char* end, int& offset, int& size, char& mark) {
+    // As symbol libraries write them, a blank and eight digits twice: both
+    // words read, and no byte looked at alone.
+    size_t first = 0, second = 0;
+    if (end - p >= 19 && p[0] == ' ' && p[9] == ' ') {
+        const uint32_t a = leadingDigits(p + 1, first), b = leadingDigits(p + 10, second);
+        if (first == 8 && second == 8 && (p[18] < '0' || p[18] > '9')) {
+            offset = static_cast<int>(a);
+            size = static_cast<int>(b);
+            p = skipBlanks(p + 18);
+            if (*p) mark = *p;
+            return;
+        }
+    }
     if (!(p = readNumber(skipBlanks(p), end, offset))) return;
     if (!(p = readNumber(skipBlanks(p), end, size))) return;
     p = skipBlanks(p);

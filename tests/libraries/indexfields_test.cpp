@@ -58,6 +58,11 @@ TEST(IndexFields, LinesOfRealAndDamagedLibraries) {
         "name -9223372036854775808 -99999999999999999999999\n",
         "name 12345678 -87654321 b\n", // eight digits, as libraries write them
         "name 1234567 123456789\n",    // one fewer and one more
+        "name 12345678 123456789\n",   // eight, then nine
+        "name 12345678 1234567x\n",
+        "name 12345678  12345678\n",   // two blanks between
+        "name 12345678 12345678b",     // a mark behind the digits, at the end
+        "name 00000000 00000000",
         "name 09090909 +99999999\n",
         "name 1 2 \n",            // nothing after the size but blanks
         "name 1 2 bb\n",          // the mark is one character
