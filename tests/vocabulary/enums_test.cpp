@@ -152,26 +152,6 @@ TEST(SmallEnums, DefaultsAreNoErrorForStatusAndInvalidForTheOthers) {
     EXPECT_EQ(KVE_callBackAction().value(), KVE_callBackAction::invalid);
 }
 
-TEST(SmallEnums, FileKeywordsAndRanges) {
-    EXPECT_STREQ(KVE_Status::fileKeyword, "status");
-    EXPECT_STREQ(KVE_Locality::fileKeyword, "Locality");
-    EXPECT_STREQ(KVE_localizeEnum::fileKeyword, "localize");
-    EXPECT_STREQ(KVE_severityLevel::fileKeyword, "severity");
-    EXPECT_STREQ(KVE_fileCategoryEnum::fileKeyword, "fileCategory");
-    EXPECT_STREQ(KVE_fileTypeEnum::fileKeyword, "fileType");
-    EXPECT_STREQ(KVE_callBackAction::fileKeyword, "callBackAction");
-    EXPECT_STREQ(KVE_callBackStatus::fileKeyword, "callBackStatus");
-    EXPECT_EQ(KVE_Status().end(), 8);
-    EXPECT_EQ(KVE_fileCategoryEnum().end(), 38);
-    EXPECT_EQ(KVE_fileTypeEnum().end(), 136);
-    EXPECT_EQ(KVE_Locality().end(), 4);
-    EXPECT_EQ(KVE_localizeEnum().end(), 4);
-    EXPECT_EQ(KVE_severityLevel().end(), 4);
-    EXPECT_EQ(KVE_callBackAction().end(), 75);
-    EXPECT_EQ(KVE_callBackStatus().begin(), 1);
-    EXPECT_EQ(KVE_callBackStatus().end(), 0);
-}
-
 // Any case is tried for every class above; what is left is that a prefix
 // or an extension of a file string is no match.
 TEST(SmallEnums, SetByFileStringNeedsTheWholeText) {
