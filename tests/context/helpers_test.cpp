@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "libraries/configuration.h"
+#include "resources/resources.h"
 #include "support/guards.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
@@ -45,6 +46,9 @@ TEST(Externals, StoresACopyOfTheName) {
 TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
     ASSERT_EQ(attachCount, 1) << "the library's load ran the entry point once";
     EXPECT_NE(moduleHandle, nullptr);
+    EXPECT_EQ(moduleHandle, kvEngineModule());
+    EXPECT_TRUE(engineEntryPoint(nullptr, DLL_THREAD_ATTACH)) << "thread notices change nothing";
+    EXPECT_EQ(attachCount, 1);
     EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH));
     EXPECT_EQ(attachCount, 2);
     SetNameOfExternalsSubdirectory("ext");
