@@ -16,9 +16,7 @@
 #include "support/tempdir.h"
 #include "workspace/context.h"
 
-// ---------------------------------------------------------------------------
-// The externals subdirectory
-// ---------------------------------------------------------------------------
+// --- The externals subdirectory ----------------------------------------------
 
 TEST(Externals, DefaultUntilANameIsSetAndAfterEmptyOrNull) {
     EXPECT_STREQ(GetNameOfExternalsSubdirectory(), "sys_libs") << "before any set";
@@ -39,9 +37,7 @@ TEST(Externals, StoresACopyOfTheName) {
     SetNameOfExternalsSubdirectory(nullptr);
 }
 
-// ---------------------------------------------------------------------------
-// Start-up and shutdown
-// ---------------------------------------------------------------------------
+// --- Start-up and shutdown ---------------------------------------------------
 
 TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
     ASSERT_EQ(attachCount, 1) << "the library's load ran the entry point once";
@@ -70,9 +66,7 @@ TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
     engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH);
 }
 
-// ---------------------------------------------------------------------------
-// Profiles
-// ---------------------------------------------------------------------------
+// --- Profiles ----------------------------------------------------------------
 
 class ReadProfile : public ::testing::Test {
 protected:
@@ -119,9 +113,7 @@ TEST_F(ReadProfile, NullFileMeansTheFixedFileInTheWindowsDirectory) {
     EXPECT_STREQ(buffer, "STD [.SLB]");
 }
 
-// ---------------------------------------------------------------------------
-// TokenList
-// ---------------------------------------------------------------------------
+// --- TokenList ---------------------------------------------------------------
 
 static std::vector<std::string> tokens(const char* text, const char* separators, char quote, bool skipEmpty) {
     TokenList list(text, separators, quote, skipEmpty);
@@ -164,9 +156,7 @@ TEST(TokenListTest, IndexOutsideGivesEmpty) {
     EXPECT_EQ(list.get(-1), "");
 }
 
-// ---------------------------------------------------------------------------
-// parseListEntry
-// ---------------------------------------------------------------------------
+// --- parseListEntry ----------------------------------------------------------
 
 TEST(ParseListEntry, Forms) {
     struct Case {
@@ -191,9 +181,7 @@ TEST(ParseListEntry, Forms) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// removeDirectoryTree
-// ---------------------------------------------------------------------------
+// --- removeDirectoryTree -----------------------------------------------------
 
 // A confirmation that answers from a script and records the questions.
 static std::vector<std::string> questions;

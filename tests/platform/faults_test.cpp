@@ -50,9 +50,7 @@ TEST_F(Faults, TheNthCallOfAKindFailsOnce) {
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(f.c_str()));
 }
 
-// ---------------------------------------------------------------------------
-// Streams
-// ---------------------------------------------------------------------------
+// --- Streams -----------------------------------------------------------------
 
 TEST_F(Faults, AFailedWriteOrCloseMakesFcloseFail) {
     TempDir dir;
@@ -115,9 +113,7 @@ TEST_F(Faults, ShortWritesFromTheHostStillWriteEverything) {
     EXPECT_EQ(data, readFile(dir.host("copy.bin")));
 }
 
-// ---------------------------------------------------------------------------
-// CopyFileA: the old target survives every failure
-// ---------------------------------------------------------------------------
+// --- CopyFileA: the old target survives every failure ------------------------
 
 TEST_F(Faults, CopyFailingAtEveryStep) {
     TempDir dir;
@@ -185,9 +181,7 @@ TEST_F(Faults, StreamWritesFailingAtEveryStep) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Listings
-// ---------------------------------------------------------------------------
+// --- Listings ----------------------------------------------------------------
 
 TEST_F(Faults, ListingErrorsAreNotTheEnd) {
     TempDir dir;

@@ -8,9 +8,7 @@
 
 typedef std::vector<std::string> Names;
 
-// ---------------------------------------------------------------------------
-// Order
-// ---------------------------------------------------------------------------
+// --- Order -------------------------------------------------------------------
 
 TEST(Listing, DotsFirstThenNamesWithoutRegardToCase) {
     TempDir dir;
@@ -38,9 +36,7 @@ TEST(Listing, ManyEntriesAllThereInOrder) {
         EXPECT_LT(kvCompareNames(names[i - 1].c_str(), names[i].c_str()), 0) << names[i - 1] << " before " << names[i];
 }
 
-// ---------------------------------------------------------------------------
-// Wildcards
-// ---------------------------------------------------------------------------
+// --- Wildcards ---------------------------------------------------------------
 
 struct WildcardCase {
     const char* pattern;
@@ -86,9 +82,7 @@ TEST(Listing, PatternSeparatorsCaseAndDriveRoots) {
     EXPECT_EQ((Names{"one.txt", "two.txt"}), listNames("C:\\*.*"));
 }
 
-// ---------------------------------------------------------------------------
-// How listings end: the last error of each
-// ---------------------------------------------------------------------------
+// --- How listings end: the last error of each --------------------------------
 
 TEST(Listing, LastErrors) {
     TempDir dir;
@@ -133,9 +127,7 @@ TEST(Listing, AnEntryRemovedDuringTheListingIsPassedOver) {
     EXPECT_EQ((Names{".", "..", "a", "c"}), names);
 }
 
-// ---------------------------------------------------------------------------
-// Find records
-// ---------------------------------------------------------------------------
+// --- Find records ------------------------------------------------------------
 
 static WIN32_FIND_DATAA findOne(const std::string& path) {
     WIN32_FIND_DATAA data;
@@ -225,9 +217,7 @@ TEST(FindRecord, TimesRoundTrip) {
     EXPECT_EQ(900000000, st.st_mtim.tv_nsec);
 }
 
-// ---------------------------------------------------------------------------
-// The wildcard matcher against a plain reference, on many names
-// ---------------------------------------------------------------------------
+// --- The wildcard matcher against a plain reference, on many names -----------
 
 // A slow, obvious reading of the rules in find.cpp's head comment, by
 // recursion over the translated pattern.

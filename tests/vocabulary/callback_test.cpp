@@ -14,9 +14,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// KVE_callBackStatus
-// ---------------------------------------------------------------------------
+// --- KVE_callBackStatus ------------------------------------------------------
 
 TEST(CallBackStatus, SingleBitsFindTheirRows) {
     const int bits[] = {1, 2, 4, 8, 16};
@@ -121,9 +119,7 @@ TEST(CallBackStatus, LookUpByTextEndsEvenWithoutAMatch) {
     EXPECT_EQ(s.getIndex(), 5);
 }
 
-// ---------------------------------------------------------------------------
-// KVE_callBackAction
-// ---------------------------------------------------------------------------
+// --- KVE_callBackAction ------------------------------------------------------
 
 // The answers of an action, as a client lists its buttons.
 static std::vector<int> responsesOf(const KVE_callBackAction& a) {
@@ -221,9 +217,7 @@ TEST(CallBackAction, FullMessagesUseOnlyPlaceholdersOneToNine) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Forming messages
-// ---------------------------------------------------------------------------
+// --- Forming messages --------------------------------------------------------
 
 static callBackRecord fullRecord(int action) {
     callBackRecord r;
@@ -285,9 +279,7 @@ TEST(FormingMessages, Table) {
     for (const auto& row : rows) EXPECT_EQ(formed(row.record), row.expected) << row.record.action.getFileString();
 }
 
-// ---------------------------------------------------------------------------
-// Sending a record
-// ---------------------------------------------------------------------------
+// --- Sending a record --------------------------------------------------------
 
 namespace {
 

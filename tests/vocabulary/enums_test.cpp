@@ -16,9 +16,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// Shared rules
-// ---------------------------------------------------------------------------
+// --- Shared rules ------------------------------------------------------------
 
 template <typename T>
 class OrdinaryEnum : public ::testing::Test {};
@@ -138,9 +136,7 @@ TYPED_TEST(OrdinaryEnum, CopiesKeepTheValue) {
     EXPECT_EQ(d.value(), d.end());
 }
 
-// ---------------------------------------------------------------------------
-// The small vocabularies
-// ---------------------------------------------------------------------------
+// --- The small vocabularies --------------------------------------------------
 
 TEST(SmallEnums, DefaultsAreNoErrorForStatusAndInvalidForTheOthers) {
     EXPECT_EQ(KVE_Status().value(), KVE_Status::NoError);

@@ -17,9 +17,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// Categories
-// ---------------------------------------------------------------------------
+// --- Categories --------------------------------------------------------------
 
 TEST(Categories, TopLevelAreTheFirstThirteen) {
     EXPECT_FALSE(KVE_fileCategoryEnum(38).topLevel()) << "the invalid row has no parent, yet is not top-level";
@@ -48,9 +46,7 @@ TEST(Categories, MessagesThatDifferFromTheFileString) {
     EXPECT_EQ(e.value(), 11) << "rows 11 and 12 share a message";
 }
 
-// ---------------------------------------------------------------------------
-// File types
-// ---------------------------------------------------------------------------
+// --- File types --------------------------------------------------------------
 
 TEST(FileTypes, FlagsAsTheTableSetsThem) {
     std::map<std::string, unsigned> flagged = {
@@ -149,9 +145,7 @@ TEST(FileTypes, IconIdZeroMeansTheUserFileIcon) {
     DestroyIcon(usr);
 }
 
-// ---------------------------------------------------------------------------
-// The extension table
-// ---------------------------------------------------------------------------
+// --- The extension table -----------------------------------------------------
 
 TEST(Extensions, TableShape) {
     EXPECT_EQ(sizeof(fileExtensionTable) / sizeof(fileExtensionTable[0]), 135u);
@@ -171,9 +165,7 @@ TEST(Extensions, TableShape) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// The subcategory table
-// ---------------------------------------------------------------------------
+// --- The subcategory table ---------------------------------------------------
 
 TEST(SubCategories, RowsGroupedByTypeThenTheSentinel) {
     const subCategoryRow& sentinel = subCategoryTable[subCategoryTableSize];
@@ -234,9 +226,7 @@ TEST(SubCategories, SystemAndOutputFolderTests) {
     EXPECT_EQ(outputRows, 8);
 }
 
-// ---------------------------------------------------------------------------
-// The membership table
-// ---------------------------------------------------------------------------
+// --- The membership table ----------------------------------------------------
 
 TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
     EXPECT_EQ(membershipTable[membershipTableSize].subCategory, 38);
