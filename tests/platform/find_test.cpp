@@ -12,12 +12,15 @@ typedef std::vector<std::string> Names;
 
 TEST(Listing, DotsFirstThenNamesWithoutRegardToCase) {
     TempDir dir;
-    for (const char* name : {"b.txt", "a.txt", "A.txt", "_u", "Z", "10", "2", ".hidden", "aB", "Ab"})
+    for (const char* name : {"b.txt", "a.txt", "A.txt", "_u", "Z", "10", "2", ".hidden", "aB", "Ab", "\xC9t\xE9",
+                             "abcdefgh1", "ABCDEFGH0", "abcdefgh", "ABCDEFGh"})
         writeFile(dir.host(name), name);
     writeFile(dir.host("SUB/inner"), "");
-    // By upper case: '.' < digits < letters < '_' (as NTFS orders); names
-    // equal but for case by their bytes, capitals first.
-    Names expected = {".", "..", ".hidden", "10", "2", "A.txt", "a.txt", "Ab", "aB", "b.txt", "SUB", "Z", "_u"};
+    // By upper case: '.' < digits < letters < '_' < high bytes (as NTFS
+    // orders); names equal but for case by their bytes, capitals first, names
+    // that share their first 8 bytes as well.
+    Names expected = {".",        "..",       ".hidden",   "10",        "2",     "A.txt", "a.txt", "Ab", "aB",
+                      "ABCDEFGh", "abcdefgh", "ABCDEFGH0", "abcdefgh1", "b.txt", "SUB",   "Z",     "_u", "\xC9t\xE9"};
     EXPECT_EQ(expected, listNames(dir.engine("*")));
     EXPECT_EQ(expected, listNames(dir.engine("*.*"))) << "*.* is every name";
 }
