@@ -41,22 +41,6 @@ inline uint32_t crcOf(const std::string& data) {
     return ~static_cast<uint32_t>(c);
 }
 
-// Deterministic bytes: text-like when `text`, else noise.
-inline std::string patternBytes(size_t size, unsigned seed, bool text = false) {
-    static const char* words[] = {"NET ", "U1 ", "R12 ", "VCC ", "GND ", "PIN ", "1.25 ", "\n", "* ", "CAP "};
-    std::string s;
-    s.reserve(size);
-    while (s.size() < size) {
-        seed = seed * 1103515245u + 12345u;
-        if (text)
-            s += words[(seed >> 16) % 10];
-        else
-            s += static_cast<char>(seed >> 16);
-    }
-    s.resize(size);
-    return s;
-}
-
 // The implode stream of data as the archive stores it (binary, 4096).
 inline std::string packed(const std::string& data) {
     Bytes stream = runImplode(bytesOf(data), 0, 4096).output;
@@ -186,11 +170,6 @@ inline std::map<std::string, std::string> treeOf(const std::string& host) {
 inline bool hostReadOnly(const std::string& host) {
     struct stat st;
     return stat(host.c_str(), &st) == 0 && !(st.st_mode & S_IWUSR);
-}
-
-inline int64_t hostMtime(const std::string& host) {
-    struct stat st;
-    return stat(host.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_mtim.tv_sec) : -1;
 }
 
 // Runs writeArchive the way the archive operation does.

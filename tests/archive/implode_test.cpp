@@ -43,6 +43,8 @@ Bytes referenceFile(const std::string& name) { return bytesOf(readFile(testData(
 
 // --- the code tables ---------------------------------------------------------
 
+// The entries themselves are pinned by the reference streams below: the
+// mixed file holds every byte value, imploded in both modes.
 TEST(CodeTables, AreCompletePrefixCodes)
 {
     EXPECT_EQ(kraftSum(lengthCodeBits, 16), 1u << 13) << "length classes";
@@ -51,30 +53,6 @@ TEST(CodeTables, AreCompletePrefixCodes)
     EXPECT_TRUE(prefixFree(distanceCodes, distanceCodeBits, 64));
     EXPECT_EQ(kraftSum(asciiCodeBits, 256), 1u << 13) << "ASCII literals";
     EXPECT_TRUE(prefixFree(asciiCodes, asciiCodeBits, 256));
-}
-
-TEST(CodeTables, SampledEntriesAsPublished)
-{
-    struct Entry { unsigned symbol, bits, code; };
-    const Entry ascii[] = {
-        {0x00, 11, 0x490}, {0x01, 12, 0xFE0}, {0x0A, 7, 0x062}, {0x0D, 7, 0x022}, {0x1A, 13, 0x1240},
-        {0x20, 4, 0x00F}, {0x30, 7, 0x05C}, {0x45, 5, 0x017}, {0x61, 5, 0x007}, {0x65, 5, 0x01B},
-        {0x7F, 12, 0x3A0}, {0x80, 13, 0x240}, {0xB0, 12, 0xDA0}, {0xE0, 13, 0x300}, {0xE1, 12, 0xD40},
-        {0xF2, 12, 0xE40}, {0xFF, 13, 0x000},
-    };
-    for (const Entry& e : ascii) {
-        EXPECT_EQ(asciiCodeBits[e.symbol], e.bits) << "byte " << e.symbol;
-        EXPECT_EQ(asciiCodes[e.symbol], e.code) << "byte " << e.symbol;
-    }
-    const Entry distance[] = {{0, 2, 0x03}, {7, 6, 0x3E}, {22, 7, 0x42}, {48, 8, 0xF0}, {63, 8, 0x00}};
-    for (const Entry& e : distance) {
-        EXPECT_EQ(distanceCodeBits[e.symbol], e.bits) << "high part " << e.symbol;
-        EXPECT_EQ(distanceCodes[e.symbol], e.code) << "high part " << e.symbol;
-    }
-    EXPECT_EQ(lengthCodes[15], 0x00);
-    EXPECT_EQ(lengthCodeBits[15], 7);
-    EXPECT_EQ(lengthExtraBits[15], 8);
-    EXPECT_EQ(lengthBase[15] + 255 + 2, 519) << "class 15 with all extra bits set is the end mark";
 }
 
 // --- fixed streams -----------------------------------------------------------

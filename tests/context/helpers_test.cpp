@@ -11,13 +11,12 @@
 #include <vector>
 
 #include "libraries/configuration.h"
+#include "resources/resources.h"
 #include "support/guards.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 
-// ---------------------------------------------------------------------------
-// The externals subdirectory
-// ---------------------------------------------------------------------------
+// --- The externals subdirectory ----------------------------------------------
 
 TEST(Externals, DefaultUntilANameIsSetAndAfterEmptyOrNull) {
     EXPECT_STREQ(GetNameOfExternalsSubdirectory(), "sys_libs") << "before any set";
@@ -38,13 +37,14 @@ TEST(Externals, StoresACopyOfTheName) {
     SetNameOfExternalsSubdirectory(nullptr);
 }
 
-// ---------------------------------------------------------------------------
-// Start-up and shutdown
-// ---------------------------------------------------------------------------
+// --- Start-up and shutdown ---------------------------------------------------
 
 TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
     ASSERT_EQ(attachCount, 1) << "the library's load ran the entry point once";
     EXPECT_NE(moduleHandle, nullptr);
+    EXPECT_EQ(moduleHandle, kvEngineModule());
+    EXPECT_TRUE(engineEntryPoint(nullptr, DLL_THREAD_ATTACH)) << "thread notices change nothing";
+    EXPECT_EQ(attachCount, 1);
     EXPECT_TRUE(engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH));
     EXPECT_EQ(attachCount, 2);
     SetNameOfExternalsSubdirectory("ext");
@@ -66,9 +66,7 @@ TEST(EntryPoint, OnlyTheLastDetachReleasesTheContext) {
     engineEntryPoint(moduleHandle, DLL_PROCESS_ATTACH);
 }
 
-// ---------------------------------------------------------------------------
-// Profiles
-// ---------------------------------------------------------------------------
+// --- Profiles ----------------------------------------------------------------
 
 class ReadProfile : public ::testing::Test {
 protected:
@@ -115,9 +113,7 @@ TEST_F(ReadProfile, NullFileMeansTheFixedFileInTheWindowsDirectory) {
     EXPECT_STREQ(buffer, "STD [.SLB]");
 }
 
-// ---------------------------------------------------------------------------
-// TokenList
-// ---------------------------------------------------------------------------
+// --- TokenList ---------------------------------------------------------------
 
 static std::vector<std::string> tokens(const char* text, const char* separators, char quote, bool skipEmpty) {
     TokenList list(text, separators, quote, skipEmpty);
@@ -160,9 +156,7 @@ TEST(TokenListTest, IndexOutsideGivesEmpty) {
     EXPECT_EQ(list.get(-1), "");
 }
 
-// ---------------------------------------------------------------------------
-// parseListEntry
-// ---------------------------------------------------------------------------
+// --- parseListEntry ----------------------------------------------------------
 
 TEST(ParseListEntry, Forms) {
     struct Case {
@@ -187,9 +181,7 @@ TEST(ParseListEntry, Forms) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// removeDirectoryTree
-// ---------------------------------------------------------------------------
+// --- removeDirectoryTree -----------------------------------------------------
 
 // A confirmation that answers from a script and records the questions.
 static std::vector<std::string> questions;

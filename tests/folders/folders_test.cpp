@@ -67,9 +67,7 @@ std::string messageOf(int id) {
 
 } // namespace
 
-// ---------------------------------------------------------------------------
-// Member folders
-// ---------------------------------------------------------------------------
+// --- Member folders ----------------------------------------------------------
 
 TEST_F(Folders, SchematicGathersItsGeneratedFilesByStemAndType) {
     open({{"a.sch", schematic}, {"a.bom", "b"}, {"b.bom", "b"}, {"a.out", "o"}, {"a.cir", "* c\n"},
@@ -150,9 +148,7 @@ TEST_F(Folders, BoardShowsReportsGerberDrillAndRouterFolders) {
     EXPECT_EQ(content("b.pca", KVE_fileCategoryEnum::Reports_26), Names{"b.drc"});
 }
 
-// ---------------------------------------------------------------------------
-// The folder's own answers
-// ---------------------------------------------------------------------------
+// --- The folder's own answers ------------------------------------------------
 
 TEST_F(Folders, FolderStandsWhereItsParentStands) {
     open({{"a.sch", schematic}, {"a.bom", "b"}});
@@ -222,9 +218,7 @@ TEST_F(Folders, SchematicShowsOnlyFoldersWithContentAndItsDependencyFolders) {
     EXPECT_TRUE(baseNames(item("a.sch")->getChildren(nullptr, 0)).empty());
 }
 
-// ---------------------------------------------------------------------------
-// Dependency folders
-// ---------------------------------------------------------------------------
+// --- Dependency folders ------------------------------------------------------
 
 class DependencyFolders : public Folders {
 protected:
@@ -304,9 +298,7 @@ TEST_F(Folders, SynthesisSourceShowsItsIncludesAndReports) {
     EXPECT_EQ(content("s.dsl", KVE_fileCategoryEnum::DeviceProgrammingOutput), Names{"s.j1"});
 }
 
-// ---------------------------------------------------------------------------
-// Selection through folders
-// ---------------------------------------------------------------------------
+// --- Selection through folders -----------------------------------------------
 
 TEST_F(Folders, SelectionReachesTheContentOnlyWhenAsked) {
     open({{"a.sch", schematic}, {"a.bom", "b"}, {"a.cir", "* c\n"}});
@@ -339,9 +331,7 @@ TEST_F(Folders, SelectionReachesTheContentOnlyWhenAsked) {
     EXPECT_FALSE(item("a.bom")->isSelected());
 }
 
-// ---------------------------------------------------------------------------
-// The factory
-// ---------------------------------------------------------------------------
+// --- The factory -------------------------------------------------------------
 
 TEST_F(Folders, FactoryMakesOneClassPerValueAndNothingOutside) {
     open({{"a.sch", schematic}});

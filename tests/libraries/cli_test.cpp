@@ -1,6 +1,5 @@
 // kelvault libs, find and lib on real files: what a person and a script see.
 #include "libtest.h"
-#include "support/kelvault.h"
 #include "support/kelvaultruns.h"
 
 class Cli : public ::testing::Test {
@@ -14,12 +13,9 @@ protected:
         writeFile(dir.host("libs/std.plb"), "symloc P 0 5\n*pack\n");
         writeFile(dir.host("ws/near.sch"), "n");
     }
-    // kelvault with the fixed INI file of this test.
-    int run(const std::string& arguments, std::string& out) { return runKelvault(arguments, out, environment()); }
     std::string environment() const { return "KVENG_WINDIR='" + dir.host("win") + "'"; }
     std::string ini() const { return " --ini '" + dir.host("ctx.ini") + "'"; }
     TempDir dir;
-    std::string out;
 };
 
 TEST_F(Cli, LibsFindAndLib) {
@@ -42,7 +38,8 @@ TEST_F(Cli, LibsFindAndLib) {
 }
 
 TEST_F(Cli, FindShowsEachPathTried) {
-    ASSERT_EQ(run("find std --ext .plb --from '" + dir.host("ws") + "'" + ini(), out), 0);
+    const std::string out =
+        expectKelvaultRuns({{"find std --ext .plb --from '" + dir.host("ws") + "'" + ini(), 0, {}}}, environment());
     EXPECT_EQ(out, "tried  " + dir.host("ws/std.plb") + "\ntried  " + dir.host("libs/std.plb") + "\nfound  " +
                        dir.host("libs/std.plb") + "\n");
 }

@@ -186,9 +186,7 @@ TEST_F(Index, MapAgreesWithAWalkInFileOrder) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// The index read by blocks against the line loop it replaced
-// ---------------------------------------------------------------------------
+// --- The index read by blocks against the line loop it replaced --------------
 
 // The index as a loop of fgets into a 1024-byte buffer reads it: kept here
 // as the reference for every quirk of that loop (pieces of 1023 bytes, NUL

@@ -11,9 +11,7 @@
 // does not tidy).
 static pathstring raw(const char* text) { return pathstring(std::string(text)); }
 
-// ---------------------------------------------------------------------------
-// The parts of a path
-// ---------------------------------------------------------------------------
+// --- The parts of a path -----------------------------------------------------
 
 struct PartsCase {
     const char* input;
@@ -135,9 +133,7 @@ TEST(PathParts, EmptyRangesLieAtTheDocumentedPlace) {
     EXPECT_TRUE(b == e && b == r.data() + 2) << "no separator after the drive: directory empty after it";
 }
 
-// ---------------------------------------------------------------------------
-// Components by index
-// ---------------------------------------------------------------------------
+// --- Components by index -----------------------------------------------------
 
 struct ComponentCase {
     const char* input;

@@ -28,9 +28,7 @@ static void makeTree(const TempDir& dir) {
     writeFile(dir.host("Design/notes.txt"), "");
 }
 
-// ---------------------------------------------------------------------------
-// getLFN
-// ---------------------------------------------------------------------------
+// --- getLFN ------------------------------------------------------------------
 
 struct LfnCase {
     const char* typed;     // below the temporary directory
@@ -136,9 +134,7 @@ TEST(LongNames, DeepTreeNear260Characters) {
     EXPECT_EQ(dir.engine(relative), result);
 }
 
-// ---------------------------------------------------------------------------
-// createDirectory and existence
-// ---------------------------------------------------------------------------
+// --- createDirectory and existence -------------------------------------------
 
 TEST(CreateDirectory, MissingLevelsInTheSpellingOnDisk) {
     TempDir dir;
@@ -217,9 +213,7 @@ TEST(Exists, FilesDirectoriesAndCase) {
     EXPECT_FALSE(pathstring("\\\\srv\\share\\x").exists()) << "UNC names name nothing here";
 }
 
-// ---------------------------------------------------------------------------
-// getSFN
-// ---------------------------------------------------------------------------
+// --- getSFN ------------------------------------------------------------------
 
 TEST(ShortNames, ThePathItselfWhereItExists) {
     TempDir dir;
@@ -239,9 +233,7 @@ TEST(ShortNames, ThePathItselfWhereItExists) {
     EXPECT_EQ("untouched", result);
 }
 
-// ---------------------------------------------------------------------------
-// Size, last write time, read-only
-// ---------------------------------------------------------------------------
+// --- Size, last write time, read-only ----------------------------------------
 
 TEST(FileAttributes, Size) {
     TempDir dir;
@@ -313,9 +305,7 @@ TEST(FileAttributes, ReadOnly) {
     EXPECT_FALSE(none.setReadOnly(false));
 }
 
-// ---------------------------------------------------------------------------
-// tidyUp(true)
-// ---------------------------------------------------------------------------
+// --- tidyUp(true) ------------------------------------------------------------
 
 TEST(TidyAbsolute, AgainstTheCurrentDirectory) {
     CwdGuard guard;

@@ -10,9 +10,7 @@
 static pathstring raw(const char* text) { return pathstring(std::string(text)); }
 static const std::string& str(const pathstring& p) { return p; }
 
-// ---------------------------------------------------------------------------
-// assignRelativeTo
-// ---------------------------------------------------------------------------
+// --- assignRelativeTo --------------------------------------------------------
 
 struct RelativeCase {
     const char* text;
@@ -85,9 +83,7 @@ TEST(AssignRelative, BaseMayBeTheObjectItself) {
     EXPECT_EQ("C:\\w\\a.txt", str(q));
 }
 
-// ---------------------------------------------------------------------------
-// makeRelativeTo
-// ---------------------------------------------------------------------------
+// --- makeRelativeTo ----------------------------------------------------------
 
 struct MakeRelativeCase {
     const char* path;
@@ -139,9 +135,7 @@ TEST(MakeRelative, AssignRelativeToUndoesIt) {
         }
 }
 
-// ---------------------------------------------------------------------------
-// Comparisons
-// ---------------------------------------------------------------------------
+// --- Comparisons -------------------------------------------------------------
 
 TEST(Compare, ExactNamesIgnoreCase) {
     EXPECT_EQ(0, pathstring("C:\\Dir\\A.SCH").compareExactNames("c:\\dir\\a.sch"));

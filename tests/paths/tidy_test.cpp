@@ -160,9 +160,7 @@ TEST(Tidy, LengthsAroundTheBufferSize) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Editing members
-// ---------------------------------------------------------------------------
+// --- Editing members ---------------------------------------------------------
 
 enum Edit { Append, EndInSlash, DotIfNoExt, ChangeExt, ChangePath };
 

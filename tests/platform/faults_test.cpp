@@ -14,15 +14,6 @@ protected:
     void TearDown() override { kvFaultsClear(); }
 };
 
-static std::string pattern(size_t size, unsigned seed) {
-    std::string s(size, '\0');
-    for (size_t i = 0; i < size; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        s[i] = static_cast<char>(seed >> 16);
-    }
-    return s;
-}
-
 TEST_F(Faults, CountsAndTheExactSpellingCostsOneStat) {
     TempDir dir;
     writeFile(dir.host("Dir/File.txt"), "x");
@@ -59,9 +50,7 @@ TEST_F(Faults, TheNthCallOfAKindFailsOnce) {
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesA(f.c_str()));
 }
 
-// ---------------------------------------------------------------------------
-// Streams
-// ---------------------------------------------------------------------------
+// --- Streams -----------------------------------------------------------------
 
 TEST_F(Faults, AFailedWriteOrCloseMakesFcloseFail) {
     TempDir dir;
@@ -82,7 +71,7 @@ TEST_F(Faults, AFailedWriteMakesALargeFwriteShort) {
     TempDir dir;
     FILE* f = kvFopen(dir.engine("out.bin").c_str(), "wb");
     ASSERT_NE(nullptr, f);
-    std::string data = pattern(1 << 20, 1);
+    std::string data = patternBytes(1 << 20, 1);
     // A host that takes 64 KiB per call, and whose disk fills at the third.
     kvHost.write = [](int fd, const void* buffer, size_t size) -> ssize_t {
         return kvHostDefaults.write(fd, buffer, size < 65536 ? size : 65536);
@@ -114,7 +103,7 @@ TEST_F(Faults, ShortWritesFromTheHostStillWriteEverything) {
     kvHost.write = [](int fd, const void* buffer, size_t size) -> ssize_t {
         return kvHostDefaults.write(fd, buffer, size < 7 ? size : 7);
     };
-    std::string data = pattern(100000, 2);
+    std::string data = patternBytes(100000, 2);
     FILE* f = kvFopen(dir.engine("out.bin").c_str(), "wb");
     ASSERT_NE(nullptr, f);
     ASSERT_EQ(data.size(), fwrite(data.data(), 1, data.size(), f));
@@ -124,13 +113,11 @@ TEST_F(Faults, ShortWritesFromTheHostStillWriteEverything) {
     EXPECT_EQ(data, readFile(dir.host("copy.bin")));
 }
 
-// ---------------------------------------------------------------------------
-// CopyFileA: the old target survives every failure
-// ---------------------------------------------------------------------------
+// --- CopyFileA: the old target survives every failure ------------------------
 
 TEST_F(Faults, CopyFailingAtEveryStep) {
     TempDir dir;
-    std::string source = pattern(300000, 4);
+    std::string source = patternBytes(300000, 4);
     writeFile(dir.host("Src.bin"), source);
     std::string from = dir.engine("src.BIN"), to = dir.engine("TARGET.bin");
 
@@ -170,7 +157,7 @@ TEST_F(Faults, CopyFailingAtEveryStep) {
 TEST_F(Faults, StreamWritesFailingAtEveryStep) {
     TempDir dir;
     writeFile(dir.host("Out.txt"), "old");
-    std::string data = pattern(200000, 5);
+    std::string data = patternBytes(200000, 5);
     std::string path = dir.engine("OUT.TXT");
     auto run = [&]() {
         FILE* f = kvFopen(path.c_str(), "wb");
@@ -194,9 +181,7 @@ TEST_F(Faults, StreamWritesFailingAtEveryStep) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Listings
-// ---------------------------------------------------------------------------
+// --- Listings ----------------------------------------------------------------
 
 TEST_F(Faults, ListingErrorsAreNotTheEnd) {
     TempDir dir;

@@ -7,9 +7,7 @@
 
 typedef std::vector<std::string> Names;
 
-// ---------------------------------------------------------------------------
-// Read-only files
-// ---------------------------------------------------------------------------
+// --- Read-only files ---------------------------------------------------------
 
 TEST(ReadOnly, AttributeRoundTripOntoPermissionBits) {
     TempDir dir;
@@ -65,9 +63,7 @@ TEST(ReadOnly, DeleteAndOverwriteAreRefused) {
     EXPECT_FALSE(fileExists(dir.host("locked.txt")));
 }
 
-// ---------------------------------------------------------------------------
-// CopyFileA
-// ---------------------------------------------------------------------------
+// --- CopyFileA ---------------------------------------------------------------
 
 TEST(CopyFile, ContentPermissionsAndTime) {
     TempDir dir;
@@ -146,9 +142,7 @@ TEST(Links, TheLinkIsReplacedOrRemovedNeverItsTarget) {
     EXPECT_EQ("keep me", readFile(dir.host("outside/real/precious.txt")));
 }
 
-// ---------------------------------------------------------------------------
-// DeleteFileA, MoveFileA
-// ---------------------------------------------------------------------------
+// --- DeleteFileA, MoveFileA --------------------------------------------------
 
 TEST(DeleteFile, FilesAndFailures) {
     TempDir dir;
@@ -182,9 +176,7 @@ TEST(MoveFile, RenamesAndRefusesToOverwrite) {
     expectFails(ERROR_FILE_NOT_FOUND, "no source", [&] { return move("none", "x"); });
 }
 
-// ---------------------------------------------------------------------------
-// Directories
-// ---------------------------------------------------------------------------
+// --- Directories -------------------------------------------------------------
 
 TEST(Directories, CreateAndRemove) {
     TempDir dir;
@@ -205,9 +197,7 @@ TEST(Directories, CreateAndRemove) {
     expectFails(ERROR_FILE_NOT_FOUND, "gone", [&] { return remove("New Dir"); });
 }
 
-// ---------------------------------------------------------------------------
-// Handles
-// ---------------------------------------------------------------------------
+// --- Handles -----------------------------------------------------------------
 
 TEST(Handles, Dispositions) {
     TempDir dir;
@@ -252,9 +242,7 @@ TEST(Handles, Dispositions) {
     EXPECT_EQ(1000000000, hostMtime(dir.host("f.txt")));
 }
 
-// ---------------------------------------------------------------------------
-// The current directory
-// ---------------------------------------------------------------------------
+// --- The current directory ---------------------------------------------------
 
 TEST(CurrentDirectory, EngineFormBothWays) {
     CwdGuard guard;
@@ -295,9 +283,7 @@ TEST(CurrentDirectory, ExactSpellingsWildcardsAndFailures) {
     EXPECT_EQ(dir.engine(), currentDirectory());
 }
 
-// ---------------------------------------------------------------------------
-// Temporary names
-// ---------------------------------------------------------------------------
+// --- Temporary names ---------------------------------------------------------
 
 TEST(TempNames, PathAndFileNames) {
     TempDir dir;
@@ -336,9 +322,7 @@ TEST(TempNames, PathAndFileNames) {
     EXPECT_NE(0u, GetLastError());
 }
 
-// ---------------------------------------------------------------------------
-// GetShortPathNameA and the C runtime
-// ---------------------------------------------------------------------------
+// --- GetShortPathNameA and the C runtime -------------------------------------
 
 TEST(ShortNames, ThePathItselfIfItExists) {
     TempDir dir;

@@ -8,18 +8,19 @@
 
 typedef std::vector<std::string> Names;
 
-// ---------------------------------------------------------------------------
-// Order
-// ---------------------------------------------------------------------------
+// --- Order -------------------------------------------------------------------
 
 TEST(Listing, DotsFirstThenNamesWithoutRegardToCase) {
     TempDir dir;
-    for (const char* name : {"b.txt", "a.txt", "A.txt", "_u", "Z", "10", "2", ".hidden", "aB", "Ab"})
+    for (const char* name : {"b.txt", "a.txt", "A.txt", "_u", "Z", "10", "2", ".hidden", "aB", "Ab", "\xC9t\xE9",
+                             "abcdefgh1", "ABCDEFGH0", "abcdefgh", "ABCDEFGh"})
         writeFile(dir.host(name), name);
     writeFile(dir.host("SUB/inner"), "");
-    // By upper case: '.' < digits < letters < '_' (as NTFS orders); names
-    // equal but for case by their bytes, capitals first.
-    Names expected = {".", "..", ".hidden", "10", "2", "A.txt", "a.txt", "Ab", "aB", "b.txt", "SUB", "Z", "_u"};
+    // By upper case: '.' < digits < letters < '_' < high bytes (as NTFS
+    // orders); names equal but for case by their bytes, capitals first, names
+    // that share their first 8 bytes as well.
+    Names expected = {".",        "..",       ".hidden",   "10",        "2",     "A.txt", "a.txt", "Ab", "aB",
+                      "ABCDEFGh", "abcdefgh", "ABCDEFGH0", "abcdefgh1", "b.txt", "SUB",   "Z",     "_u", "\xC9t\xE9"};
     EXPECT_EQ(expected, listNames(dir.engine("*")));
     EXPECT_EQ(expected, listNames(dir.engine("*.*"))) << "*.* is every name";
 }
@@ -38,9 +39,7 @@ TEST(Listing, ManyEntriesAllThereInOrder) {
         EXPECT_LT(kvCompareNames(names[i - 1].c_str(), names[i].c_str()), 0) << names[i - 1] << " before " << names[i];
 }
 
-// ---------------------------------------------------------------------------
-// Wildcards
-// ---------------------------------------------------------------------------
+// --- Wildcards ---------------------------------------------------------------
 
 struct WildcardCase {
     const char* pattern;
@@ -86,9 +85,7 @@ TEST(Listing, PatternSeparatorsCaseAndDriveRoots) {
     EXPECT_EQ((Names{"one.txt", "two.txt"}), listNames("C:\\*.*"));
 }
 
-// ---------------------------------------------------------------------------
-// How listings end: the last error of each
-// ---------------------------------------------------------------------------
+// --- How listings end: the last error of each --------------------------------
 
 TEST(Listing, LastErrors) {
     TempDir dir;
@@ -133,9 +130,7 @@ TEST(Listing, AnEntryRemovedDuringTheListingIsPassedOver) {
     EXPECT_EQ((Names{".", "..", "a", "c"}), names);
 }
 
-// ---------------------------------------------------------------------------
-// Find records
-// ---------------------------------------------------------------------------
+// --- Find records ------------------------------------------------------------
 
 static WIN32_FIND_DATAA findOne(const std::string& path) {
     WIN32_FIND_DATAA data;
@@ -225,9 +220,7 @@ TEST(FindRecord, TimesRoundTrip) {
     EXPECT_EQ(900000000, st.st_mtim.tv_nsec);
 }
 
-// ---------------------------------------------------------------------------
-// The wildcard matcher against a plain reference, on many names
-// ---------------------------------------------------------------------------
+// --- The wildcard matcher against a plain reference, on many names -----------
 
 // A slow, obvious reading of the rules in find.cpp's head comment, by
 // recursion over the translated pattern.

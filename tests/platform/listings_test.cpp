@@ -63,9 +63,7 @@ protected:
 
 }  // namespace
 
-// ---------------------------------------------------------------------------
-// 1. Names appearing and disappearing
-// ---------------------------------------------------------------------------
+// --- 1. Names appearing and disappearing -------------------------------------
 
 TEST_F(ListingCache, NamesMadeAndRemovedBehindTheLayerAreSeenAtOnce) {
     for (int i = 0; i < 40; ++i) touch(dir.host("Sub/f" + std::to_string(i) + ".txt"));
@@ -105,9 +103,7 @@ TEST_F(ListingCache, ChangesInTheSameClockTickAreNotMissed) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// 2. Renamed directories
-// ---------------------------------------------------------------------------
+// --- 2. Renamed directories --------------------------------------------------
 
 TEST_F(ListingCache, DirectoriesRenamedBehindTheLayer) {
     touch(dir.host("Alpha/x.txt"));
@@ -143,9 +139,7 @@ TEST_F(ListingCache, DirectoriesRenamedAndRemovedThroughTheLayer) {
         << "made again in the spelling given";
 }
 
-// ---------------------------------------------------------------------------
-// 3. Names equal but for case
-// ---------------------------------------------------------------------------
+// --- 3. Names equal but for case ---------------------------------------------
 
 TEST_F(ListingCache, TheFirstOfNamesEqualButForCaseWinsAsTheyComeAndGo) {
     for (const char* name : {"readme.TXT", "ReadMe.txt", "README.txt"}) touch(dir.host(name));
@@ -166,9 +160,7 @@ TEST_F(ListingCache, TheFirstOfNamesEqualButForCaseWinsAsTheyComeAndGo) {
     EXPECT_EQ(dir.host("README.TXT"), hostOf("readme.txt"));
 }
 
-// ---------------------------------------------------------------------------
-// 4. The layer's own changes
-// ---------------------------------------------------------------------------
+// --- 4. The layer's own changes ----------------------------------------------
 
 TEST_F(ListingCache, FilesMadeAndDeletedThroughTheLayer) {
     touch(dir.host("Lib/one.lib"));
@@ -190,9 +182,7 @@ TEST_F(ListingCache, FilesMadeAndDeletedThroughTheLayer) {
     EXPECT_EQ(dir.host("Lib/Three.LIB"), hostOf("lib\\three.lib"));
 }
 
-// ---------------------------------------------------------------------------
-// 5. Faults and functions of a test's own
-// ---------------------------------------------------------------------------
+// --- 5. Faults and functions of a test's own ---------------------------------
 
 TEST_F(ListingCache, FaultsReachTheListingEvenOfAKnownDirectory) {
     touch(dir.host("Existing.TXT"));
@@ -233,9 +223,7 @@ TEST_F(ListingCache, AReaddirOfATestsOwnIsAlwaysCalled) {
     EXPECT_GT(ownReaddirs, 0u) << "the cache does not stand between a test and its own function";
 }
 
-// ---------------------------------------------------------------------------
-// 6. The bound
-// ---------------------------------------------------------------------------
+// --- 6. The bound ------------------------------------------------------------
 
 TEST_F(ListingCache, ManyDirectoriesStayCorrectPastTheBound) {
     const int count = 300;  // more than the cache keeps

@@ -2,13 +2,12 @@
 // what they stand for: kvFopen for reading, which opens a name that is there
 // as spelled without asking the disk first (it must give what the case-blind
 // search gives, for files, other spellings, missing names and what is no
-// file), and the sort of a listing by a prefix of each name.
+// file). The order of a listing is tested with the other listings.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
-#include <vector>
 
 #include "platform/platform.h"
 #include "support/tempdir.h"
@@ -61,23 +60,4 @@ TEST(OpenAsSpelled, WhatIsNoFileDoesNotOpen) {
     SetLastError(0);
     EXPECT_EQ(kvFopen(dir.engine("Dir\\pipe").c_str(), "r"), nullptr);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-}
-
-// A listing comes in name order without regard to case, names equal but for
-// case by their bytes; names that share their first 8 bytes as well.
-TEST(ListingOrder, NamesSortByUpperCaseThenBytes) {
-    TempDir dir;
-    const std::vector<std::string> expected = {"A",    "a",        "ABCDEFGh", "abcdefgh", "ABCDEFGH0",
-                                               "abcdefgh1", "Zz", "_x",       "\xC9t\xE9"};
-    for (size_t i = expected.size(); i-- > 0;) writeFile(dir.host("d/" + expected[i]), "x");
-    WIN32_FIND_DATA entry;
-    HANDLE find = FindFirstFileA(dir.engine("d\\*").c_str(), &entry);
-    ASSERT_NE(find, INVALID_HANDLE_VALUE);
-    std::vector<std::string> names;
-    do names.push_back(entry.cFileName);
-    while (FindNextFileA(find, &entry));
-    FindClose(find);
-    std::vector<std::string> withDots = {".", ".."};
-    withDots.insert(withDots.end(), expected.begin(), expected.end());
-    EXPECT_EQ(names, withDots);
 }

@@ -6,10 +6,9 @@
 
 #include "platform/internal.h"
 
-// ---------------------------------------------------------------------------
-// GetFullPathNameA, from one table. {cwd} is the engine form of the current
-// directory (a temporary directory on Z:), {parent} its parent.
-// ---------------------------------------------------------------------------
+// --- GetFullPathNameA, from one table ------------------------------------------
+// {cwd} is the engine form of the current directory (a temporary directory
+// on Z:), {parent} its parent.
 
 struct FullPathCase {
     const char* input;
@@ -86,9 +85,7 @@ TEST(FullPath, BufferSizeAndFilePart) {
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_NAME), GetLastError());
 }
 
-// ---------------------------------------------------------------------------
-// Drives
-// ---------------------------------------------------------------------------
+// --- Drives ------------------------------------------------------------------
 
 TEST(Drives, ZIsTheHostRootAndRelativeHostPathsUseTheCurrentDirectory) {
     EnvGuard drives("KVENG_DRIVES", nullptr);
@@ -161,9 +158,7 @@ TEST(Drives, ARootReachedThroughALinkKeepsItsLetter) {
     EXPECT_EQ("C:\\f.txt", ToEnginePath(dir.host("link/f.txt").c_str()));
 }
 
-// ---------------------------------------------------------------------------
-// Lookups without regard to case
-// ---------------------------------------------------------------------------
+// --- Lookups without regard to case ------------------------------------------
 
 TEST(CaseLookup, MixedCaseThroughSeveralLevels) {
     TempDir dir;
@@ -210,9 +205,7 @@ TEST(CaseLookup, MissingFileToldApartFromMissingDirectory) {
     EXPECT_EQ((std::vector<std::string>{"a*.txt", "file.txt"}), hostEntries(dir.host("Alpha")));
 }
 
-// ---------------------------------------------------------------------------
-// _splitpath, from one table
-// ---------------------------------------------------------------------------
+// --- _splitpath, from one table ----------------------------------------------
 
 struct SplitCase {
     const char* path;

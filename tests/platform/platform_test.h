@@ -24,11 +24,6 @@ inline mode_t hostMode(const std::string& host) {
     return lstat(host.c_str(), &st) == 0 ? st.st_mode : 0;
 }
 
-inline int64_t hostMtime(const std::string& host) {
-    struct stat st;
-    return stat(host.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_mtim.tv_sec) : -1;
-}
-
 // Sets a host file's modification time, leaving its access time.
 inline void setHostMtime(const std::string& host, time_t seconds, long nanoseconds = 0) {
     struct timespec times[2] = {{0, UTIME_OMIT}, {seconds, nanoseconds}};

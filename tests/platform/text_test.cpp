@@ -53,9 +53,7 @@ TEST(Text, LowerCaseOfEveryByteAtEveryPlace) {
         }
 }
 
-// ---------------------------------------------------------------------------
-// FormatMessageA
-// ---------------------------------------------------------------------------
+// --- FormatMessageA ----------------------------------------------------------
 
 static const char* const kArgs[9] = {"name", "dir", "tname", "tdir", "oname", "odir", "7", "8", "detail"};
 
@@ -100,9 +98,7 @@ TEST(FormatMessage, CallerBufferAndFailures) {
     EXPECT_EQ(0u, FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, buffer, sizeof buffer, nullptr));
 }
 
-// ---------------------------------------------------------------------------
-// Times
-// ---------------------------------------------------------------------------
+// --- Times -------------------------------------------------------------------
 
 TEST(Times, FileTimeToSystemTime) {
     const uint64_t second = 10000000ULL;

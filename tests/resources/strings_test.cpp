@@ -86,20 +86,6 @@ TEST(StringTable, OrderedUniqueAndNonEmpty) {
     }
 }
 
-TEST(StringTable, FileTypeMessagesWithoutRowsExist) {
-    // That they have texts follows from the count of the last test.
-    char buffer[512];
-    std::set<int> used;
-    for (int v = 0; v < 136; ++v) used.insert(KVE_fileTypeEnum(v).getMessageID());
-    for (UINT id = 1001; id <= 1142; ++id) {
-        bool has = LoadStringA(moduleHandle, id, buffer, sizeof buffer) > 0;
-        EXPECT_EQ(has, id != 1141) << id;
-        if (id != 1141 && !used.count(static_cast<int>(id))) {
-            EXPECT_TRUE(id == 1069 || id == 1106 || id == 1122 || id == 1126 || id == 1127 || id == 1136) << id;
-        }
-    }
-}
-
 // Every message id of every vocabulary table resolves, and every text of
 // the table is used by a table or is one of the texts used by number.
 TEST(StringTable, EveryIdOfTheTablesResolvesAndNothingIsLeftOver) {

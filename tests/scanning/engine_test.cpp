@@ -12,9 +12,7 @@
 #include "scanning/lineengine.h"
 #include "scanning/scantest.h"
 
-// ---------------------------------------------------------------------------
-// findFileNameValue
-// ---------------------------------------------------------------------------
+// --- findFileNameValue -------------------------------------------------------
 
 TEST(FileNameValue, Table) {
     struct row {
@@ -74,9 +72,7 @@ TEST(TakeWord, Table) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Lines
-// ---------------------------------------------------------------------------
+// --- Lines -------------------------------------------------------------------
 
 using Engine = scanFixture;
 
@@ -91,9 +87,7 @@ TEST_F(Engine, CrLfAndLoneCarriageReturns) {
     EXPECT_EQ(rewrite("m.lib", "n.lib"), "* one\n* two\n* three\n.INC \"x.inc\"\n");
 }
 
-// ---------------------------------------------------------------------------
-// rewriteFile and its failure rows
-// ---------------------------------------------------------------------------
+// --- rewriteFile and its failure rows ----------------------------------------
 
 TEST_F(Engine, RewriteOfATypeWithoutReferencesTouchesNothing) {
     open({{"notes.txt", "hello\n"}});
@@ -168,9 +162,7 @@ TEST_F(Engine, EveryRewrittenCircuitGetsItsHeaderAndTheCountEndsAtZero) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// scanFile and its failure rows
-// ---------------------------------------------------------------------------
+// --- scanFile and its failure rows -------------------------------------------
 
 TEST_F(Engine, UnreadableFileCountsAsScannedWithNoDependencies) {
     open({{"a.cir", ".INC x.inc\n"}});
@@ -231,9 +223,7 @@ TEST_F(Engine, HostileFilesGiveAResultAndReturn) {
     EXPECT_EQ(longNames.front(), "ok.inc");
 }
 
-// ---------------------------------------------------------------------------
-// The lists
-// ---------------------------------------------------------------------------
+// --- The lists ---------------------------------------------------------------
 
 TEST_F(Engine, ALibraryNamedTwiceIsOneDependencyAndTwoUses) {
     open({{"a.cir", ".LIB m.lib\n.lib M.LIB\n"}, {"m.lib", "* m\n"}});
@@ -306,9 +296,7 @@ TEST_F(Engine, AppendDependenciesFollowsTheLocalizeChoice) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Closures, marks, selection
-// ---------------------------------------------------------------------------
+// --- Closures, marks, selection ----------------------------------------------
 
 TEST_F(Engine, CyclesAndSelfNamingLibrariesEnd) {
     open({{"a.cir", ".INC b.cir\n.INC sub\\c.cir\n"},
@@ -374,9 +362,7 @@ TEST_F(Engine, ChildrenQuestions) {
     EXPECT_FALSE(missing->hasChildren(0, nullptr));
 }
 
-// ---------------------------------------------------------------------------
-// The scan's fast path
-// ---------------------------------------------------------------------------
+// --- The scan's fast path ----------------------------------------------------
 
 // Records the paths as reported, leaving them as they are.
 class pathRecorder : public InternalFunctionObject {

@@ -10,9 +10,7 @@
 #include "scanning/lineengine.h"
 #include "scanning/scantest.h"
 
-// ---------------------------------------------------------------------------
-// splitDirective
-// ---------------------------------------------------------------------------
+// --- splitDirective ----------------------------------------------------------
 
 TEST(SplitDirective, Table) {
     struct row {
@@ -39,9 +37,7 @@ TEST(SplitDirective, Table) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// writeDirective
-// ---------------------------------------------------------------------------
+// --- writeDirective ----------------------------------------------------------
 
 static std::string written(const char* format, const std::string& path, int keywordLength, const char* remainder) {
     FILE* out = tmpfile();
@@ -81,9 +77,7 @@ TEST(WriteDirective, LongPathsGoOverContinuationLines) {
               ".STMLIB \"" + stm.substr(0, 122) + "\"\n+ \"" + stm.substr(122) + "\"  kept\n");
 }
 
-// ---------------------------------------------------------------------------
-// The default model library in a fix-up
-// ---------------------------------------------------------------------------
+// --- The default model library in a fix-up -----------------------------------
 
 using Formats = scanFixture;
 
@@ -98,9 +92,7 @@ TEST_F(Formats, DefaultLibraryIsReplacedByTheLocalizedModelLibraries) {
         << "the default library is reported under its bare name, others resolved";
 }
 
-// ---------------------------------------------------------------------------
-// The model index
-// ---------------------------------------------------------------------------
+// --- The model index ---------------------------------------------------------
 
 TEST_F(Formats, ModelIndexMakesUsagesOncePerPlace) {
     open({{"a.cir", "* a\n"},
@@ -161,9 +153,7 @@ TEST_F(Formats, ALibraryTheSchematicNamesIsLeftToTheSchematic) {
     EXPECT_TRUE(a->getUsedModels().empty());
 }
 
-// ---------------------------------------------------------------------------
-// The scan operation
-// ---------------------------------------------------------------------------
+// --- The scan operation ------------------------------------------------------
 
 TEST_F(Formats, ScanOperationRecordsAndReports) {
     open({{"a.cir", "* a\n"}});

@@ -16,9 +16,7 @@
 #include "scanning/scanmemo.h"
 #include "scanning/scantest.h"
 
-// ---------------------------------------------------------------------------
-// Helpers
-// ---------------------------------------------------------------------------
+// --- Helpers -----------------------------------------------------------------
 
 // A symbol's text whose package is package (none when empty), with the
 // views given (lines "name=value").
@@ -98,9 +96,7 @@ protected:
     recordingClient client;
 };
 
-// ---------------------------------------------------------------------------
-// What one scan records
-// ---------------------------------------------------------------------------
+// --- What one scan records ---------------------------------------------------
 
 // A schematic design/top.sch scanned against its own libraries and those
 // of the configuration, and what the scan must record.
@@ -234,9 +230,7 @@ void ResolutionRows::checkRow(const resolutionRow& row) {
 INSTANTIATE_TEST_SUITE_P(Rows, ResolutionRows, ::testing::ValuesIn(resolutionRows),
                          [](const ::testing::TestParamInfo<resolutionRow>& info) { return testName(info.param.what); });
 
-// ---------------------------------------------------------------------------
-// Where symbols are looked for
-// ---------------------------------------------------------------------------
+// --- Where symbols are looked for --------------------------------------------
 
 TEST_F(Resolution, ASymbolOfTheFilesOwnLibraryIsNotLookedForInTheConfiguration) {
     writeFile(dir.host("syslib/std.slb"), libraryText({{"r", symbolText("r", "")}}));
@@ -291,9 +285,7 @@ TEST_F(Resolution, ResultsThrownAwayAreFoundAgainByTheNextScan) {
     EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
 }
 
-// ---------------------------------------------------------------------------
-// Views and packages of a symbol
-// ---------------------------------------------------------------------------
+// --- Views and packages of a symbol ------------------------------------------
 
 TEST_F(Resolution, TheViewsOfASymbolAreRecordedRelativeToItsLibrary) {
     open({{"design/top.sch", schematic("\"..\\lib\\parts\"  [.slb]\n", "part 1 FILTER 0 0 h\n")},
@@ -397,9 +389,7 @@ TEST_F(Resolution, AnEntryWhoseReadFailsIsReportedAndReadAgainNextTime) {
     EXPECT_EQ(usages(top->getUsedPackages()), std::vector<std::string>{"rc05 parts.plb"});
 }
 
-// ---------------------------------------------------------------------------
-// COMPONENT= and PART= lines
-// ---------------------------------------------------------------------------
+// --- COMPONENT= and PART= lines ----------------------------------------------
 
 TEST_F(Resolution, AComponentBeforeAnyPartUsesTheLibraryThatTheLastPassLeft) {
     writeFile(dir.host("syslib/std.slb"), libraryText({{"opamp", symbolText("opamp", "")}}));
@@ -426,9 +416,7 @@ TEST_F(Resolution, AnEmptyPartAttributeNamesThePackageOfTheLastPart) {
     EXPECT_EQ(std::string(getScanContext().lastPartName), "LM358");
 }
 
-// ---------------------------------------------------------------------------
-// A fix-up resolves nothing new
-// ---------------------------------------------------------------------------
+// --- A fix-up resolves nothing new -------------------------------------------
 
 TEST_F(Resolution, AFixUpLooksNothingUp) {
     const std::string text = schematic(kPartsAndPackages, "part 1 R 10 10 h\nport 2 GND 0 0 h\n"
@@ -462,9 +450,7 @@ TEST_F(Resolution, AFixUpAfterAScanReportsTheRecordedPackage) {
         << "the recorded RC05 names its library; NEW, never scanned, names none";
 }
 
-// ---------------------------------------------------------------------------
-// What a scan keeps between the uses of a symbol
-// ---------------------------------------------------------------------------
+// --- What a scan keeps between the uses of a symbol --------------------------
 
 // The base names of the used libraries, in order, duplicates kept.
 static std::vector<std::string> usedLibraryNames(DesignFileItem& item) {

@@ -9,9 +9,7 @@
 #include "scanning/lineengine.h"
 #include "scanning/scantest.h"
 
-// ---------------------------------------------------------------------------
-// splitLibraryLine
-// ---------------------------------------------------------------------------
+// --- splitLibraryLine --------------------------------------------------------
 
 TEST(LibraryLine, Splitting) {
     struct row {
@@ -40,9 +38,7 @@ TEST(LibraryLine, Splitting) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Rewrites
-// ---------------------------------------------------------------------------
+// --- Rewrites ----------------------------------------------------------------
 
 // The first line of every schematic: the file type is known by it.
 static const std::string head = "*version 9.10\n";
@@ -151,9 +147,7 @@ TEST_F(Schematic, AnIndexOutOfOrderKeepsTheFileIntact) {
     EXPECT_NE(out.find("*page 3 0 970 720 iA\nTitle: sheet 3\n"), std::string::npos);
 }
 
-// ---------------------------------------------------------------------------
-// Rewrites of single sections, and of damaged indexes
-// ---------------------------------------------------------------------------
+// --- Rewrites of single sections, and of damaged indexes ---------------------
 
 // One schematic src/top.sch (after the head line), the files beside it,
 // and its rewrite into dst/ by a copy ("@ROOT@" stands for the test
@@ -227,9 +221,7 @@ TEST_F(Schematic, AnalysisAtTheEndAddsNoLibrariesButBeforeAPageItDoes) {
     EXPECT_EQ(scanFixture::rewrite("src/b.sch", "dst/b.sch", nullptr, &local), head + "@ANALYSIS\n.OP\n");
 }
 
-// ---------------------------------------------------------------------------
-// Damaged and hostile input
-// ---------------------------------------------------------------------------
+// --- Damaged and hostile input -----------------------------------------------
 
 TEST_F(Schematic, ALineOfThousandsOfCharactersComesOutInPieces) {
     const std::string huge = "a 0 a 0 0 0 0 hln 100 filename=" + std::string(5000, 'n') + ".sch";

@@ -44,9 +44,7 @@ protected:
     recordingClient client;
 };
 
-// ---------------------------------------------------------------------------
-// The index read back
-// ---------------------------------------------------------------------------
+// --- The index read back -----------------------------------------------------
 
 // Lines that change length every way a rewrite changes them: paths that
 // get longer (a local subdirectory becomes the target's absolute path) and
@@ -143,9 +141,7 @@ TEST_F(SymbolLibrary, LibraryReaderFindsEveryRewrittenSymbol) {
     EXPECT_STREQ(beta->parent, "alpha") << "the parent survives the rewrite of the index line";
 }
 
-// ---------------------------------------------------------------------------
-// The grammar
-// ---------------------------------------------------------------------------
+// --- The grammar -------------------------------------------------------------
 
 // A symbol's start that stands inside a line: reported, the text before it
 // dropped, and the symbol still indexed.
@@ -169,9 +165,7 @@ TEST_F(SymbolLibrary, LibraryWithoutIndexPatchesNothing) {
     EXPECT_EQ(out, "d a\n*symbol b\nd b\n");
 }
 
-// ---------------------------------------------------------------------------
-// Damaged indexes and hostile files
-// ---------------------------------------------------------------------------
+// --- Damaged indexes and hostile files ---------------------------------------
 
 // Declared offsets past the end, zero sizes, lines out of order: the
 // numbers are recomputed from the text, so the result is true all the same.
@@ -306,9 +300,7 @@ TEST_F(SymbolLibrary, RecordsNeverReachAnotherFile) {
     EXPECT_EQ(rewrite("plain.slb"), "*version\n" + std::string(200, 'z') + "\n");
 }
 
-// ---------------------------------------------------------------------------
-// The sample workspace
-// ---------------------------------------------------------------------------
+// --- The sample workspace ----------------------------------------------------
 
 // The indexes of the hand-written examples must stay true as they are
 // edited: every symloc line of a library and every pageloc line of a

@@ -13,6 +13,7 @@ struct kelvaultRun {
 };
 
 // Runs each row with environment in front of it and checks its status and
-// output; a failure names the row's arguments and shows the output.
-// Returns the output of the last run.
-std::string expectKelvaultRuns(const std::vector<kelvaultRun>& runs, const std::string& environment = "");
+// output (standard error too when withErrors); a failure names the row's
+// arguments and shows the output. Returns the output of the last run.
+std::string expectKelvaultRuns(const std::vector<kelvaultRun>& runs, const std::string& environment = "",
+                               bool withErrors = false);

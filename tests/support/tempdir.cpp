@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/platform.h"
@@ -58,6 +59,26 @@ std::string readFile(const std::string& hostPath) {
 bool fileExists(const std::string& hostPath) {
     std::error_code ec;
     return fs::exists(fs::symlink_status(hostPath, ec));
+}
+
+long long hostMtime(const std::string& hostPath) {
+    struct stat st;
+    return stat(hostPath.c_str(), &st) == 0 ? static_cast<long long>(st.st_mtim.tv_sec) : -1;
+}
+
+std::string patternBytes(size_t size, unsigned seed, bool text) {
+    static const char* words[] = {"NET ", "U1 ", "R12 ", "VCC ", "GND ", "PIN ", "1.25 ", "\n", "* ", "CAP "};
+    std::string s;
+    s.reserve(size);
+    while (s.size() < size) {
+        seed = seed * 1103515245u + 12345u;
+        if (text)
+            s += words[(seed >> 16) % 10];
+        else
+            s += static_cast<char>(seed >> 16);
+    }
+    s.resize(size);
+    return s;
 }
 
 std::string testData(const std::string& relative) { return std::string(KV_TEST_DATA) + "/" + relative; }

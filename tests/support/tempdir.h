@@ -29,5 +29,9 @@ void writeFile(const std::string& hostPath, const std::string& content);
 // Reads a whole host file; empty if it cannot be read.
 std::string readFile(const std::string& hostPath);
 bool fileExists(const std::string& hostPath);
+// A host file's modification time in seconds; -1 if it cannot be read.
+long long hostMtime(const std::string& hostPath);
+// Deterministic bytes: text-like when text, else noise.
+std::string patternBytes(size_t size, unsigned seed, bool text = false);
 // A path of tests/data/ in host form.
 std::string testData(const std::string& relative);

@@ -14,9 +14,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// KVE_callBackStatus
-// ---------------------------------------------------------------------------
+// --- KVE_callBackStatus ------------------------------------------------------
 
 TEST(CallBackStatus, SingleBitsFindTheirRows) {
     const int bits[] = {1, 2, 4, 8, 16};
@@ -57,6 +55,8 @@ TEST(CallBackStatus, WalkEndsOnTheInvalidRowAndStaysThere) {
     EXPECT_EQ(s.value(), 0);
     EXPECT_EQ(s.getIndex(), 5);
     EXPECT_EQ(s.numValidMembers(), 5);
+    EXPECT_EQ(s.begin(), 1) << "the value of the first row";
+    EXPECT_EQ(s.end(), 0);
     // The way a client walks the answers: until the value is end().
     int count = 0;
     for (s.setFirst(); s.value() != s.end(); s.setNext()) ++count;
@@ -119,9 +119,7 @@ TEST(CallBackStatus, LookUpByTextEndsEvenWithoutAMatch) {
     EXPECT_EQ(s.getIndex(), 5);
 }
 
-// ---------------------------------------------------------------------------
-// KVE_callBackAction
-// ---------------------------------------------------------------------------
+// --- KVE_callBackAction ------------------------------------------------------
 
 // The answers of an action, as a client lists its buttons.
 static std::vector<int> responsesOf(const KVE_callBackAction& a) {
@@ -133,14 +131,6 @@ static std::vector<int> responsesOf(const KVE_callBackAction& a) {
         a.nextValidResponse(s);
     }
     return out;
-}
-
-TEST(CallBackAction, FileExistsOffersFourAnswers) {
-    KVE_callBackAction a(KVE_callBackAction::FileExistsAtDestination);
-    EXPECT_EQ(a.numberOfValidResponses(), 4);
-    std::vector<int> expected = {2, 4, 8, 16};
-    EXPECT_EQ(responsesOf(a), expected);
-    EXPECT_TRUE(a.sendToMessageViewer());
 }
 
 TEST(CallBackAction, TheInvalidRowOffersNothing) {
@@ -171,6 +161,8 @@ TEST(CallBackAction, EveryMaskListsItsBitsInOrder) {
     }
     std::map<unsigned, int> expectedMasks = {{0, 1}, {1, 55}, {3, 11}, {7, 4}, {22, 3}, {23, 1}, {30, 1}};
     EXPECT_EQ(masksSeen, expectedMasks);
+    EXPECT_EQ(KVE_callBackAction(KVE_callBackAction::FileExistsAtDestination).getValidResponses(), 30u)
+        << "Cancel, Keep, Overwrite, Rename";
 }
 
 TEST(CallBackAction, NextFromTheInvalidRowStartsAgain) {
@@ -198,6 +190,7 @@ TEST(CallBackAction, SeverityAndViewer) {
     EXPECT_EQ(level.value(), KVE_severityLevel::Error);
     EXPECT_FALSE(KVE_callBackAction(KVE_callBackAction::CopyingFile).sendToMessageViewer());
     EXPECT_TRUE(KVE_callBackAction(KVE_callBackAction::BeginningCopy).sendToMessageViewer());
+    EXPECT_TRUE(KVE_callBackAction(KVE_callBackAction::FileExistsAtDestination).sendToMessageViewer());
     int viewer = 0;
     for (int v = 0; v < 75; ++v) viewer += KVE_callBackAction(v).sendToMessageViewer();
     EXPECT_EQ(viewer, 49);
@@ -224,9 +217,7 @@ TEST(CallBackAction, FullMessagesUseOnlyPlaceholdersOneToNine) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Forming messages
-// ---------------------------------------------------------------------------
+// --- Forming messages --------------------------------------------------------
 
 static callBackRecord fullRecord(int action) {
     callBackRecord r;
@@ -288,9 +279,7 @@ TEST(FormingMessages, Table) {
     for (const auto& row : rows) EXPECT_EQ(formed(row.record), row.expected) << row.record.action.getFileString();
 }
 
-// ---------------------------------------------------------------------------
-// Sending a record
-// ---------------------------------------------------------------------------
+// --- Sending a record --------------------------------------------------------
 
 namespace {
 

@@ -16,9 +16,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// Shared rules
-// ---------------------------------------------------------------------------
+// --- Shared rules ------------------------------------------------------------
 
 template <typename T>
 class OrdinaryEnum : public ::testing::Test {};
@@ -138,9 +136,7 @@ TYPED_TEST(OrdinaryEnum, CopiesKeepTheValue) {
     EXPECT_EQ(d.value(), d.end());
 }
 
-// ---------------------------------------------------------------------------
-// The small vocabularies
-// ---------------------------------------------------------------------------
+// --- The small vocabularies --------------------------------------------------
 
 TEST(SmallEnums, DefaultsAreNoErrorForStatusAndInvalidForTheOthers) {
     EXPECT_EQ(KVE_Status().value(), KVE_Status::NoError);
@@ -150,26 +146,6 @@ TEST(SmallEnums, DefaultsAreNoErrorForStatusAndInvalidForTheOthers) {
     EXPECT_EQ(KVE_fileTypeEnum().value(), KVE_fileTypeEnum::invalid);
     EXPECT_EQ(KVE_fileCategoryEnum().value(), KVE_fileCategoryEnum::invalid);
     EXPECT_EQ(KVE_callBackAction().value(), KVE_callBackAction::invalid);
-}
-
-TEST(SmallEnums, FileKeywordsAndRanges) {
-    EXPECT_STREQ(KVE_Status::fileKeyword, "status");
-    EXPECT_STREQ(KVE_Locality::fileKeyword, "Locality");
-    EXPECT_STREQ(KVE_localizeEnum::fileKeyword, "localize");
-    EXPECT_STREQ(KVE_severityLevel::fileKeyword, "severity");
-    EXPECT_STREQ(KVE_fileCategoryEnum::fileKeyword, "fileCategory");
-    EXPECT_STREQ(KVE_fileTypeEnum::fileKeyword, "fileType");
-    EXPECT_STREQ(KVE_callBackAction::fileKeyword, "callBackAction");
-    EXPECT_STREQ(KVE_callBackStatus::fileKeyword, "callBackStatus");
-    EXPECT_EQ(KVE_Status().end(), 8);
-    EXPECT_EQ(KVE_fileCategoryEnum().end(), 38);
-    EXPECT_EQ(KVE_fileTypeEnum().end(), 136);
-    EXPECT_EQ(KVE_Locality().end(), 4);
-    EXPECT_EQ(KVE_localizeEnum().end(), 4);
-    EXPECT_EQ(KVE_severityLevel().end(), 4);
-    EXPECT_EQ(KVE_callBackAction().end(), 75);
-    EXPECT_EQ(KVE_callBackStatus().begin(), 1);
-    EXPECT_EQ(KVE_callBackStatus().end(), 0);
 }
 
 // Any case is tried for every class above; what is left is that a prefix

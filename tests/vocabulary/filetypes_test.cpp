@@ -2,15 +2,14 @@
 // beside them (extensions, subcategories, membership).
 //
 // Divided into: categories, file types (flags, categories, keys, icons),
-// the extension table (and where extensions lead), the subcategory table
-// and its look-ups, the membership table.
+// the extension table's shape (where extensions lead is tested on real files
+// in tests/workspace), the subcategory table and its look-ups, the
+// membership table.
 #include <cctype>
-#include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
 #include <string>
-#include <strings.h>
 #include <vector>
 
 #include "resources/resources.h"
@@ -18,9 +17,7 @@
 
 #include <gtest/gtest.h>
 
-// ---------------------------------------------------------------------------
-// Categories
-// ---------------------------------------------------------------------------
+// --- Categories --------------------------------------------------------------
 
 TEST(Categories, TopLevelAreTheFirstThirteen) {
     EXPECT_FALSE(KVE_fileCategoryEnum(38).topLevel()) << "the invalid row has no parent, yet is not top-level";
@@ -49,9 +46,7 @@ TEST(Categories, MessagesThatDifferFromTheFileString) {
     EXPECT_EQ(e.value(), 11) << "rows 11 and 12 share a message";
 }
 
-// ---------------------------------------------------------------------------
-// File types
-// ---------------------------------------------------------------------------
+// --- File types --------------------------------------------------------------
 
 TEST(FileTypes, FlagsAsTheTableSetsThem) {
     std::map<std::string, unsigned> flagged = {
@@ -99,21 +94,6 @@ TEST(FileTypes, CategoriesOfTypesAreTopLevelOrNone) {
     EXPECT_EQ(used.count(KVE_fileCategoryEnum::MiscellaneousFiles), 0u) << "category 10 has no type of its own";
     EXPECT_EQ(KVE_fileTypeEnum(KVE_fileTypeEnum::USER).getCategory(), KVE_fileCategoryEnum::UserFiles);
     EXPECT_EQ(KVE_fileTypeEnum(KVE_fileTypeEnum::SCH).getCategory(), KVE_fileCategoryEnum::Sketchvane);
-}
-
-TEST(FileTypes, EnumeratorsNameTheirRows) {
-    EXPECT_EQ(KVE_fileTypeEnum::_1OP, 0);
-    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::_1OP).getFileString(), "1OP");
-    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::XRV).getFileString(), "XRV");
-    EXPECT_STREQ(KVE_fileTypeEnum(KVE_fileTypeEnum::SUBCAT).getFileString(), "SUBCAT");
-    EXPECT_STREQ(KVE_fileCategoryEnum(KVE_fileCategoryEnum::SystemFiles_37).getFileString(), "System Files");
-    EXPECT_STREQ(KVE_fileCategoryEnum(KVE_fileCategoryEnum::DeviceProgrammingOutput).getFileString(),
-                 "Device Programming Output");
-    // Rows 131 and 132 share one message.
-    EXPECT_EQ(KVE_fileTypeEnum(131).getMessageID(), KVE_fileTypeEnum(132).getMessageID());
-    KVE_fileTypeEnum t;
-    t.setByMessageString("Tarnel Sketchvane Cross Reference");
-    EXPECT_EQ(t.value(), 131);
 }
 
 // Whether two icons have the same pixels.
@@ -165,20 +145,7 @@ TEST(FileTypes, IconIdZeroMeansTheUserFileIcon) {
     DestroyIcon(usr);
 }
 
-// ---------------------------------------------------------------------------
-// The extension table
-// ---------------------------------------------------------------------------
-
-// The first row for an extension whose signature (if any) is taken to pass;
-// digits count as "#". -1 if none.
-static int typeOfExtension(const std::string& extension, bool signaturePasses = true) {
-    std::string key = extension;
-    for (char& c : key)
-        if (isdigit(static_cast<unsigned char>(c))) c = '#';
-    for (const fileExtensionRow& row : fileExtensionTable)
-        if (strcasecmp(row.pattern, key.c_str()) == 0 && (!row.signature || signaturePasses)) return row.type;
-    return -1;
-}
+// --- The extension table -----------------------------------------------------
 
 TEST(Extensions, TableShape) {
     EXPECT_EQ(sizeof(fileExtensionTable) / sizeof(fileExtensionTable[0]), 135u);
@@ -198,61 +165,7 @@ TEST(Extensions, TableShape) {
     }
 }
 
-TEST(Extensions, PlainRowsUseTheFileString) {
-    std::set<std::string> special = {"#OP", "CSD", "D##", "G##", "J#", "J##", "R#", "R##", "R###"};
-    for (const fileExtensionRow& row : fileExtensionTable)
-        if (!special.count(row.pattern)) {
-            EXPECT_STREQ(row.pattern, KVE_fileTypeEnum(row.type).getFileString());
-        }
-}
-
-TEST(Extensions, SignatureRows) {
-    std::map<std::string, std::pair<int, std::string>> expected = {
-        {"ADF", {1, "ASC,0,9,*aperture"}},  {"CAT", {14, "BIN,0,4,0xFFFFFFFF"}},
-        {"CSD", {122, "ASC,0,2,#H"}},       {"DAT", {26, "BIN,0,4,0xFFFFFFFF"}},
-        {"DOC", {33, "ASC,0,10,FKDocument"}}, {"SCH", {106, "ASC,0,8,*version"}},
-        {"TXT", {122, "ASC,0,2,#H"}}};
-    size_t withSignature = 0;
-    for (const fileExtensionRow& row : fileExtensionTable) {
-        if (!row.signature) continue;
-        ++withSignature;
-        auto it = expected.find(row.pattern);
-        ASSERT_NE(it, expected.end()) << row.pattern;
-        EXPECT_EQ(row.type, it->second.first) << row.pattern;
-        EXPECT_STREQ(row.signature, it->second.second.c_str());
-        // The form the signature test reads.
-        char kind[8], pattern[32];
-        int offset = -1, length = -1;
-        ASSERT_EQ(sscanf(row.signature, "%7[^,],%d,%d,%31s", kind, &offset, &length, pattern), 4);
-        EXPECT_EQ(offset, 0);
-        EXPECT_TRUE(strcmp(kind, "ASC") == 0 || strcmp(kind, "BIN") == 0);
-        if (strcmp(kind, "ASC") == 0) {
-            EXPECT_EQ(static_cast<size_t>(length), strlen(pattern)) << row.pattern;
-        }
-    }
-    EXPECT_EQ(withSignature, expected.size());
-}
-
-TEST(Extensions, LeadToTheRightTypes) {
-    struct {
-        const char* extension;
-        int type;
-    } cases[] = {
-        {"d01", KVE_fileTypeEnum::DRILL}, {"g12", KVE_fileTypeEnum::GERBER}, {"j3", KVE_fileTypeEnum::JEDEC},
-        {"j33", KVE_fileTypeEnum::JEDEC}, {"r1", KVE_fileTypeEnum::RAMROM},  {"r12", KVE_fileTypeEnum::RAMROM},
-        {"r123", KVE_fileTypeEnum::RAMROM}, {"2op", KVE_fileTypeEnum::_1OP}, {"1OP", KVE_fileTypeEnum::_1OP},
-        {"d1", -1}, {"g1", -1}, {"j333", -1}, {"chkpt", -1}, {"user", -1}, {"cdf", -1},
-        {"csd", KVE_fileTypeEnum::TXT}, {"Sch", KVE_fileTypeEnum::SCH}, {"slb", KVE_fileTypeEnum::SLB},
-        {"xrv", KVE_fileTypeEnum::XRV}, {"do", KVE_fileTypeEnum::DO}, {"drill", -1},
-    };
-    for (const auto& c : cases) EXPECT_EQ(typeOfExtension(c.extension), c.type) << c.extension;
-    EXPECT_EQ(typeOfExtension("sch", false), -1) << "a schematic without its signature is no SCH";
-    EXPECT_EQ(typeOfExtension("csd", false), -1);
-}
-
-// ---------------------------------------------------------------------------
-// The subcategory table
-// ---------------------------------------------------------------------------
+// --- The subcategory table ---------------------------------------------------
 
 TEST(SubCategories, RowsGroupedByTypeThenTheSentinel) {
     const subCategoryRow& sentinel = subCategoryTable[subCategoryTableSize];
@@ -313,9 +226,7 @@ TEST(SubCategories, SystemAndOutputFolderTests) {
     EXPECT_EQ(outputRows, 8);
 }
 
-// ---------------------------------------------------------------------------
-// The membership table
-// ---------------------------------------------------------------------------
+// --- The membership table ----------------------------------------------------
 
 TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
     EXPECT_EQ(membershipTable[membershipTableSize].subCategory, 38);
@@ -336,20 +247,6 @@ TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
                                    {26, 12}, {27, 3}, {28, 3},  {29, 1},  {30, 16}, {31, 3},
                                    {32, 2},  {33, 2}, {35, 9},  {36, 2},  {37, 3}};
     EXPECT_EQ(perFolder, expected);
-}
-
-TEST(Membership, SomeMembers) {
-    auto member = [](int folder, int type) {
-        for (const subCategoryMemberRow* r = membershipTable; r->subCategory != 38; ++r)
-            if (r->subCategory == folder && r->type == type) return true;
-        return false;
-    };
-    EXPECT_TRUE(member(23, KVE_fileTypeEnum::_1OP));
-    EXPECT_TRUE(member(25, KVE_fileTypeEnum::_1OP));
-    EXPECT_TRUE(member(35, KVE_fileTypeEnum::SCH)) << "a schematic beside a synthesis source";
-    EXPECT_TRUE(member(30, KVE_fileTypeEnum::PCV));
-    EXPECT_TRUE(member(17, KVE_fileTypeEnum::CSD));
-    EXPECT_FALSE(member(17, KVE_fileTypeEnum::SCH));
 }
 
 TEST(Membership, NetlistTypes) {

@@ -164,13 +164,4 @@ TEST_F(CategoryListings, FlagTestsAndNetlistTypes) {
     EXPECT_FALSE(isNetlistType(item("a.net"))) << "NET is a system file, not a netlist";
     EXPECT_FALSE(isNetlistType(sch));
     EXPECT_FALSE(isNetlistType(nullptr));
-    // The folder listings pick the schematic's folders by the two flags;
-    // its children are the folders with content, and the dependency
-    // folders, which claim content without a scan.
-    EXPECT_EQ(baseNames(sch->getSystemFileChildren()), Names{"System Files"});
-    EXPECT_EQ(baseNames(sch->getOutputChildren()), (Names{"Reports", "Simulation Output"}));
-    EXPECT_TRUE(sch->hasChildren(0, nullptr));
-    EXPECT_EQ(baseNames(sch->getChildren(nullptr, 0)),
-              (Names{"Netlists", "Workspace Dependencies", "External Dependencies", "System Dependencies",
-                     "System Files"}));
 }
