@@ -437,9 +437,10 @@ void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, libra
     ++held;
 }
 
-libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name) const {
+libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name) const { return find(name, hashOf(name)); }
+
+libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name, uint32_t hash) const {
     if (slots.empty()) return nullptr;
-    const uint32_t hash = hashOf(name);
     const size_t mask = slots.size() - 1;
     for (size_t i = hash & mask; slots[i].entry; i = (i + 1) & mask)
         if (slots[i].hash == hash && slots[i].length == name.size() &&
@@ -479,28 +480,35 @@ libraryIndexEntry* LibraryFileItem::linearSearch(const char* key) const {
     return nullptr;
 }
 
-libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFunctionObject& op) {
-    if (indexEntries.empty()) {
-        op.reportAction(KVE_callBackAction::SearchingLibrary, "", this);
-        generateIndexList();
-    }
-    // ",name," in lower case, cut to the buffer as a formatted print cuts.
-    char key[lineSize];
+LibraryFileItem::lookUpKey::lookUpKey(const char* name) {
+    static_assert(sizeof text == lineSize, "a key holds a line's name");
     if (!name) name = "";
-    const size_t take = std::min(strlen(name), sizeof key - 2);
-    key[0] = ',';
-    memcpy(key + 1, name, take);
-    size_t length = take + 1;
-    if (length < sizeof key - 1) key[length++] = ',';
-    key[length] = '\0';
-    _strlwr(key);
+    const size_t take = std::min(strlen(name), sizeof text - 2);
+    text[0] = ',';
+    memcpy(text + 1, name, take);
+    length = take + 1;
+    if (length < sizeof text - 1) text[length++] = ',';
+    text[length] = '\0';
+    _strlwr(text);
     // A key of one name between its two commas matches a whole name of an
     // entry, which the map answers. A name that holds a comma itself, or
     // one cut short by the buffer, can match across names: those take the
     // walk in file order.
-    bool plain = length >= 2 && key[length - 1] == ',' && !memchr(key + 1, ',', length - 2);
-    if (!plain) return linearSearch(key);
-    return firstEntryOfName.find(std::string_view(key + 1, length - 2));
+    plain = length >= 2 && text[length - 1] == ',' && !memchr(text + 1, ',', length - 2);
+    hash = plain ? nameTable::hashOf(std::string_view(text + 1, length - 2)) : 0;
+}
+
+libraryIndexEntry* LibraryFileItem::findIndexEntry(const char* name, InternalFunctionObject& op) {
+    return findIndexEntry(lookUpKey(name), op);
+}
+
+libraryIndexEntry* LibraryFileItem::findIndexEntry(const lookUpKey& key, InternalFunctionObject& op) {
+    if (indexEntries.empty()) {
+        op.reportAction(KVE_callBackAction::SearchingLibrary, "", this);
+        generateIndexList();
+    }
+    if (!key.plain) return linearSearch(key.text);
+    return firstEntryOfName.find(std::string_view(key.text + 1, key.length - 2), key.hash);
 }
 
 static uint64_t releases = 0;

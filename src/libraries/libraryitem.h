@@ -83,11 +83,26 @@ public:
     // regard to case), or null. An empty index is read first, after telling
     // the client SearchingLibrary through op.
     libraryIndexEntry* findIndexEntry(const char* name, InternalFunctionObject& op);
-    // Tells the library that name (lower case, one name) is about to be
-    // looked up: where its index is read, the memory of the look-up is
-    // fetched ahead, so that a name asked of several libraries in turn
-    // waits for memory once rather than once per library.
-    void expectLookUp(std::string_view name) const { firstEntryOfName.prefetch(nameTable::hashOf(name)); }
+    // A name made ready to be looked up, once for any number of libraries:
+    // ",name," lower-cased (cut to 1023 characters, as a formatted print
+    // cuts), whether the name map can answer it (one whole name), and its
+    // hash in the map.
+    struct lookUpKey {
+        explicit lookUpKey(const char* name);
+        char text[1024];
+        size_t length;
+        bool plain;
+        uint32_t hash;
+    };
+    // findIndexEntry of the key's name.
+    libraryIndexEntry* findIndexEntry(const lookUpKey& key, InternalFunctionObject& op);
+    // Tells the library that key is about to be looked up: where its index
+    // is read, the memory of the look-up is fetched ahead, so that a name
+    // asked of several libraries in turn waits for memory once rather than
+    // once per library.
+    void expectLookUp(const lookUpKey& key) const {
+        if (key.plain) firstEntryOfName.prefetch(key.hash);
+    }
     // Frees every entry; the next look-up reads the file again.
     void releaseIndex();
     // How many times any library has freed its entries: what remembers
@@ -134,8 +149,9 @@ private:
         static uint32_t hashOf(std::string_view name);
         // The hash of a name one character longer.
         static uint32_t hashOn(uint32_t hash, char c) { return (hash ^ static_cast<unsigned char>(c)) * 16777619u; }
-        // The entry of name, or null.
+        // The entry of name, or null; hash is hashOf(name).
         libraryIndexEntry* find(std::string_view name) const;
+        libraryIndexEntry* find(std::string_view name, uint32_t hash) const;
         // Fetches the memory that a look-up of a name of this hash reads first.
         void prefetch(uint32_t hash) const {
             if (!slots.empty()) __builtin_prefetch(&slots[hash & (slots.size() - 1)]);

@@ -245,13 +245,12 @@ libraryUsage* DesignFileItem::findSymbolInUsedLibraries(const char* name, Intern
     // A library named twice answers the same twice: each is asked once,
     // in the order of its first place (the list holds one place per use).
     const std::vector<LibraryFileItem*>& libraries = librariesIn(usedLibraries);
-    if (libraries.size() > 1) {
-        const std::string key = lowerCase(name);
+    const LibraryFileItem::lookUpKey key(name); // made once for all of them
+    if (libraries.size() > 1)
         for (LibraryFileItem* library : libraries) library->expectLookUp(key);
-    }
     for (LibraryFileItem* library : libraries) {
         if (library->getLibraryKind() != LibraryKindSymbols) continue;
-        if (libraryIndexEntry* entry = library->findIndexEntry(name, op)) {
+        if (libraryIndexEntry* entry = library->findIndexEntry(key, op)) {
             entry->owner = library;
             return new libraryUsage(library, entry, name);
         }
