@@ -306,12 +306,14 @@ static char* readEntryText(LibraryFileItem* library, libraryIndexEntry* entry, f
     clearerr(file); // a kept stream may carry the failure of an earlier read
     char* result = nullptr;
     if (position >= 0) {
-        text.assign(size + 1, '\0');
+        if (text.size() < size + 1) text.resize(size + 1); // the bytes are all read over
         // Past the end of the file a read gives fewer bytes, or none.
-        if (!sizeFits || kvReadAt(file, position, text.data(), size) != size)
+        if (!sizeFits || kvReadAt(file, position, text.data(), size) != size) {
             report(op, KVE_callBackAction::ErrorReadingFile, nullptr, owner);
-        else
+        } else {
+            text[size] = '\0';
             result = text.data();
+        }
     }
     if (!kept) fclose(file);
     return result;
