@@ -203,14 +203,19 @@ static std::string largeText(size_t size) {
     return text;
 }
 
+// The file name in dir, written with text, opened to read in binary.
+static FILE* openWritten(TempDir& dir, const char* name, const std::string& text) {
+    writeFile(dir.host(name), text);
+    return kvFopen(dir.engine(name).c_str(), "rb");
+}
+
 // From the second read at a place, a large file is read through a view of
 // it: the same bytes as the file holds, reads that count and fail as host
 // reads, and the host's answer wherever the view cannot give it.
 TEST(ReadModes, ReadsAtPlacesOfALargeFileGoThroughOneView) {
     TempDir dir;
     const std::string text = largeText(300000);
-    writeFile(dir.host("big.slb"), text);
-    FILE* f = kvFopen(dir.engine("big.slb").c_str(), "rb");
+    FILE* f = openWritten(dir, "big.slb", text);
     ASSERT_NE(nullptr, f);
     kvFaultsClear();
     char bytes[512];
@@ -260,8 +265,7 @@ TEST(ReadModes, ReadsAtPlacesOfALargeFileGoThroughOneView) {
 TEST(ReadModes, AFileCutShortUnderItsViewReadsAsTheHostSays) {
     TempDir dir;
     const std::string text = largeText(200000);
-    writeFile(dir.host("cut.slb"), text);
-    FILE* f = kvFopen(dir.engine("cut.slb").c_str(), "rb");
+    FILE* f = openWritten(dir, "cut.slb", text);
     ASSERT_NE(nullptr, f);
     char bytes[256];
     ASSERT_EQ(16u, kvReadAt(f, 0, bytes, 16));
@@ -282,8 +286,7 @@ TEST(ReadModes, AFileCutShortUnderItsViewReadsAsTheHostSays) {
 // abort).
 TEST(ReadModesDeathTest, AFaultOutsideAViewsCopyStillEndsTheProcess) {
     TempDir dir;
-    writeFile(dir.host("own.bin"), largeText(100000));
-    FILE* f = kvFopen(dir.engine("own.bin").c_str(), "rb");
+    FILE* f = openWritten(dir, "own.bin", largeText(100000));
     ASSERT_NE(nullptr, f);
     char bytes[8];
     kvReadAt(f, 0, bytes, 8);
