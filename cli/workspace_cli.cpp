@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 #include "json.h"
 #include "libraries/libraryitem.h"
@@ -87,6 +88,9 @@ static std::string modelName(const char* enginePath, long offset, long size) {
 
 std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
     std::vector<usedEntry> entries;
+    // Thousands of entries come from a few libraries: each library's host
+    // path and locality are found once (each asks the disk).
+    std::map<const LibraryFileItem*, std::pair<std::string, std::string>> libraries;
     const std::pair<const char*, const std::list<libraryUsage*>*> lists[] = {
         {"symbol", &item.getUsedSymbols()}, {"package", &item.getUsedPackages()}, {"model", &item.getUsedModels()}};
     for (const auto& list : lists) {
@@ -95,8 +99,13 @@ std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
             entry.kind = list.first;
             entry.name = usage->name;
             if (usage->library) {
-                entry.library = hostPathOf(usage->library->getFullPath());
-                entry.locality = localityOfPath(usage->library->getFullPath(), ws);
+                auto known = libraries.find(usage->library);
+                if (known == libraries.end()) {
+                    const char* path = usage->library->getFullPath();
+                    known = libraries.emplace(usage->library, std::make_pair(hostPathOf(path), localityOfPath(path, ws))).first;
+                }
+                entry.library = known->second.first;
+                entry.locality = known->second.second;
             }
             if (usage->entry && usage->entry->parent) entry.parent = usage->entry->parent;
             // A model has no name of its own in the index: its first line
