@@ -102,7 +102,8 @@ std::vector<usedEntry> usedEntriesOf(DesignFileItem& item, workspace& ws) {
                 auto known = libraries.find(usage->library);
                 if (known == libraries.end()) {
                     const char* path = usage->library->getFullPath();
-                    known = libraries.emplace(usage->library, std::make_pair(hostPathOf(path), localityOfPath(path, ws))).first;
+                    known = libraries.emplace(usage->library, std::make_pair(hostPathOf(path), localityOfPath(path, ws)))
+                                .first;
                 }
                 entry.library = known->second.first;
                 entry.locality = known->second.second;
