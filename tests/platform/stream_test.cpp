@@ -33,6 +33,12 @@ static std::string readThrough(const std::string& engine, const char* mode, size
     return out;
 }
 
+// The file name in dir, written with text, opened to read in binary.
+static FILE* openWritten(TempDir& dir, const char* name, const std::string& text) {
+    writeFile(dir.host(name), text);
+    return kvFopen(dir.engine(name).c_str(), "rb");
+}
+
 TEST(TextMode, CrLfReadsAsLfAndLoneCarriageReturnsStay) {
     TempDir dir;
     writeFile(dir.host("win.cir"), "* title\r\n.include \"a.lib\"\r\n\r\n.end\r\n");
@@ -163,8 +169,7 @@ TEST(ReadModes, PositionsCountCharactersInTextAndBytesInBinary) {
 // what is there; a failing host read sets the stream's error flag.
 TEST(ReadModes, ReadAtAPlaceOfABinaryStream) {
     TempDir dir;
-    writeFile(dir.host("lib.slb"), "0123456789\r\nabc");
-    FILE* f = kvFopen(dir.engine("lib.slb").c_str(), "rb");
+    FILE* f = openWritten(dir, "lib.slb", "0123456789\r\nabc");
     ASSERT_NE(nullptr, f);
     char line[64];
     ASSERT_NE(nullptr, fgets(line, 4, f));
@@ -201,12 +206,6 @@ static std::string largeText(size_t size) {
     }
     text.resize(size);
     return text;
-}
-
-// The file name in dir, written with text, opened to read in binary.
-static FILE* openWritten(TempDir& dir, const char* name, const std::string& text) {
-    writeFile(dir.host(name), text);
-    return kvFopen(dir.engine(name).c_str(), "rb");
 }
 
 // From the second read at a place, a large file is read through a view of
