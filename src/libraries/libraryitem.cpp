@@ -143,8 +143,8 @@ static inline __attribute__((always_inline)) const char* readNumber(const char* 
     return readNumber(p, number);
 }
 
-// The fields behind the name: "%d %d %c" at p, as readIndexFieldsAt reads
-// them.
+// The fields behind the name: "%d %d %c" at p, where end is the first
+// byte that cannot be read (the text ends at a NUL before it).
 static void readIndexNumbersAt(const char* p, const char* end, int& offset, int& size, char& mark) {
     // As symbol libraries write them, a blank and eight digits twice: both
     // words read, and no byte looked at alone.
@@ -165,29 +165,18 @@ static void readIndexNumbersAt(const char* p, const char* end, int& offset, int&
     if (*p) mark = *p;
 }
 
-// By hand rather than by sscanf: the index of a large library has tens of
-// thousands of lines. The name is left where it stands: start and length
-// (cut as the field is), length 0 when the text holds no field at all. end
-// is the first byte behind text that cannot be read (text ends at a NUL
-// before it).
-static void readIndexFieldsAt(const char* text, const char* end, const char*& nameStart, size_t& nameLength,
-                              int& offset, int& size, char& mark) {
-    const char* p = skipBlanks(text);
-    nameStart = p;
-    nameLength = 0;
-    if (!*p) return;
-    while (!isFieldEnd(*p)) ++p;
-    nameLength = std::min(static_cast<size_t>(p - nameStart), lineSize - 1);
-    readIndexNumbersAt(nameStart + nameLength, end, offset, size, mark);
-}
-
+// By hand rather than by sscanf. The index reader takes the name field in
+// a pass of its own (generateIndexList) and the numbers as here; this is
+// the whole line's reading, against which that pass is checked.
 void readIndexFields(const char* text, char* name, int& offset, int& size, char& mark) {
-    const char* start;
-    size_t length;
-    readIndexFieldsAt(text, text + strlen(text) + 1, start, length, offset, size, mark);
-    if (!*start) return; // no field: the name as it was
+    const char* start = skipBlanks(text);
+    if (!*start) return; // no field: everything as it was
+    const char* p = start;
+    while (!isFieldEnd(*p)) ++p;
+    const size_t length = std::min(static_cast<size_t>(p - start), lineSize - 1);
     memcpy(name, start, length);
     name[length] = '\0';
+    readIndexNumbersAt(start + length, text + strlen(text) + 1, offset, size, mark);
 }
 
 // The lines of a file exactly as a loop of fgets into a buffer of lineSize
@@ -436,8 +425,6 @@ void LibraryFileItem::nameTable::add(std::string_view name, uint32_t hash, libra
     slots[i].offset = static_cast<uint16_t>(offset);
     ++held;
 }
-
-libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name) const { return find(name, hashOf(name)); }
 
 libraryIndexEntry* LibraryFileItem::nameTable::find(std::string_view name, uint32_t hash) const {
     if (slots.empty()) return nullptr;

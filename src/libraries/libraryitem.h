@@ -150,7 +150,6 @@ private:
         // The hash of a name one character longer.
         static uint32_t hashOn(uint32_t hash, char c) { return (hash ^ static_cast<unsigned char>(c)) * 16777619u; }
         // The entry of name, or null; hash is hashOf(name).
-        libraryIndexEntry* find(std::string_view name) const;
         libraryIndexEntry* find(std::string_view name, uint32_t hash) const;
         // Fetches the memory that a look-up of a name of this hash reads first.
         void prefetch(uint32_t hash) const {
