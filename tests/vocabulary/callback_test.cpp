@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "support/recorders.h"
 #include "vocabulary/callback.h"
 
 #include <gtest/gtest.h>
@@ -281,35 +282,19 @@ TEST(FormingMessages, Table) {
 
 // --- Sending a record --------------------------------------------------------
 
-namespace {
-
-// Records what it was told and answers as set.
-class recordingClient : public callBack {
-public:
-    int answer = KVE_callBackStatus::Okay;
-    std::vector<std::string> messages;
-    std::vector<int> statusSeen;
-    void notify(callBackRecord& record) override {
-        messages.push_back(record.message ? record.message : "<null>");
-        statusSeen.push_back(record.status.value());
-        record.status = answer;
-    }
-};
-
-} // namespace
-
 TEST(SendingRecords, ClientSeesTheMessageAndAnswers) {
-    recordingClient client;
+    RecordingClient client;
     callBackRecord r = fullRecord(KVE_callBackAction::FileExistsAtDestination);
     r.status = KVE_callBackStatus::Okay;
+    client.answerFor = RecordingClient::anyAction;
     client.answer = KVE_callBackStatus::Overwrite;
     EXPECT_FALSE(sendCallBackRecord(client, r));
-    ASSERT_EQ(client.messages.size(), 1u);
-    EXPECT_EQ(client.messages[0], "A file named 'dst.sch' already exists in 'Z:\\b\\'.");
-    EXPECT_EQ(client.statusSeen[0], KVE_callBackStatus::Okay);
+    ASSERT_EQ(client.seen.size(), 1u);
+    EXPECT_EQ(client.seen[0].message, "A file named 'dst.sch' already exists in 'Z:\\b\\'.");
     EXPECT_EQ(r.status.value(), KVE_callBackStatus::Overwrite);
     EXPECT_EQ(r.message, nullptr) << "the message lives during the call only";
 
+    r.status = KVE_callBackStatus::Okay;
     client.answer = KVE_callBackStatus::Cancel;
     EXPECT_TRUE(sendCallBackRecord(client, r)) << "Cancel is reported";
 }
