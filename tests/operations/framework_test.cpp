@@ -11,34 +11,9 @@
 #include "operations/copy.h"
 #include "operations/move.h"
 #include "operations/restore.h"
+#include "support/recorders.h"
 #include "support/tempdir.h"
 #include "workspace/workspace.h"
-
-// A client that records every action and answers from a script: the
-// answer for an action of a given kind, Okay otherwise.
-class Recorder : public callBack {
-public:
-    struct Seen {
-        int action;
-        std::string message;
-        std::string sourceName, sourceDir, targetName, targetDir, otherName, otherDir, detail;
-        fileItem* item;
-    };
-    void notify(callBackRecord& r) override {
-        seen.push_back({r.action.value(), r.message ? r.message : "(null)", r.sourceName, r.sourceDir,
-                        r.targetName, r.targetDir, r.otherName, r.otherDir, r.detail, r.item});
-        EXPECT_EQ(r.status.value(), KVE_callBackStatus::Okay) << "the engine sets Okay before the call";
-        if (r.action.value() == answerFor) r.status = answer;
-    }
-    std::vector<int> actions() const {
-        std::vector<int> out;
-        for (const Seen& s : seen) out.push_back(s.action);
-        return out;
-    }
-    std::vector<Seen> seen;
-    int answerFor = -1;
-    int answer = KVE_callBackStatus::Okay;
-};
 
 // Reaches the plan, which later steps fill, to give abort and the unlocks
 // files to work on.
@@ -75,7 +50,7 @@ protected:
     DesignWorkspace* ws = nullptr;
     copyOptions options;
     std::string target;
-    Recorder client;
+    RecordingClient client;
 };
 
 typedef std::vector<int> Actions;
@@ -166,7 +141,7 @@ TEST_F(Framework, SendActionFillsThePlaceholdersAndRestoresTheCurrentNames) {
         op.sendActionWithTarget(KVE_callBackAction::UnlockTargetFile, answer, a, pathstring("C:\\t\\x.sch"));
     }
     ASSERT_EQ(client.seen.size(), 5u);
-    const Recorder::Seen& copying = client.seen[0];
+    const RecordingClient::Seen& copying = client.seen[0];
     EXPECT_EQ(copying.message, "Copying 'a.sch' to '" + target + "\\'");
     EXPECT_EQ(copying.sourceName, "a.sch");
     EXPECT_EQ(copying.sourceDir, wsDir);

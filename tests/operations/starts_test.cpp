@@ -14,6 +14,7 @@
 #include "libraries/libraryusage.h"
 #include "operations/copy.h"
 #include "support/guards.h"
+#include "support/recorders.h"
 #include "support/tempdir.h"
 #include "workspace/context.h"
 #include "workspace/workspace.h"
@@ -28,12 +29,6 @@ struct ItemLists : DesignFileItem {
     static std::list<libraryUsage*>& models(fileItem* i) { return asDesign(i)->*&ItemLists::usedModels; }
     static fileStamp& scanned(fileItem* i) { return asDesign(i)->*&ItemLists::scanStamp; }
     static DesignFileItem* asDesign(fileItem* i) { return static_cast<DesignFileItem*>(i); }
-};
-
-class Counter : public callBack {
-public:
-    void notify(callBackRecord& r) override { actions.push_back(r.action.value()); }
-    std::vector<int> actions;
 };
 
 class Starts : public ::testing::Test {
@@ -69,7 +64,7 @@ protected:
     TempDir dir;
     DesignWorkspace* ws = nullptr;
     copyOptions options;
-    Counter client;
+    RecordingClient client;
     CwdGuard cwdGuard; // each start changes the current directory
 };
 
@@ -89,9 +84,9 @@ TEST_F(Starts, EachStartSetsTheCurrentDirectoryAndRunsItsOperation) {
     };
     for (const Case& c : cases) {
         ASSERT_EQ(chdir(dir.host().c_str()), 0);
-        client.actions.clear();
+        client.seen.clear();
         (ws->*c.start)(&client, target.c_str(), &options);
-        EXPECT_EQ(client.actions, (Actions{c.begin, c.finish}));
+        EXPECT_EQ(client.actions(), (Actions{c.begin, c.finish}));
         char cwd[MAX_PATH];
         GetCurrentDirectoryA(sizeof cwd, cwd);
         EXPECT_EQ(std::string(cwd), dir.engine("ws")) << "the process stays in the workspace directory";
@@ -154,11 +149,7 @@ TEST_F(Starts, SweepDeletesExactlyTheUnreachedItems) {
 TEST_F(Starts, DiscardingScanResultsReleasesIndexesOnlyWithOneWorkspaceOpen) {
     fileItem* a = local("a.sch");
     LibraryFileItem* l1 = library(ws, "libs\\l1.slb");
-    class Quiet : public InternalFunctionObject {
-    public:
-        bool dependencyFound(pathstring&, bool, bool) override { return true; }
-        bool acceptsItem(fileItem*) override { return true; }
-    } op;
+    RecordingOperation op;
     auto use = [&] {
         libraryIndexEntry* entry = l1->findIndexEntry("r", op);
         ASSERT_NE(entry, nullptr);

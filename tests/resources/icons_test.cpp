@@ -2,7 +2,6 @@
 // images, and that a person can tell the icons apart.
 #include <cstdint>
 #include <cstring>
-#include <set>
 #include <vector>
 
 #include "resources/resources.h"
@@ -21,18 +20,9 @@ static std::vector<uint8_t> pixelsOf(HANDLE icon) {
     return std::vector<uint8_t>(rgba, rgba + static_cast<size_t>(w) * h * 4);
 }
 
-TEST(Icons, TheFortyIds) {
-    std::set<int> expected = {102};
-    for (int id = 107; id <= 145; ++id) expected.insert(id);
-    std::set<int> ids;
-    for (size_t i = 0; i < kvIconCount(); ++i) ids.insert(kvIconId(i));
-    EXPECT_EQ(ids, expected);
-    EXPECT_EQ(kvIconCount(), 40u);
-    EXPECT_EQ(kvIconId(40), 0);
-}
-
 TEST(Icons, EveryIdAtThreeSizes) {
     const size_t count = kvIconCount();
+    EXPECT_EQ(kvIconId(count), 0) << "past the end";
     for (size_t i = 0; i < count; ++i)
         for (int size : {16, 32, 48}) {
             HANDLE icon = load(kvIconId(i), size);

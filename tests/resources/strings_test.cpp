@@ -32,10 +32,7 @@ TEST(LoadString, BufferBoundaries) {
         EXPECT_EQ(buffer[n], '\0') << "size " << c.size;
         EXPECT_EQ(buffer[c.size], '#') << "nothing written beyond the buffer, size " << c.size;
     }
-}
-
-TEST(LoadString, NoRoomWritesNothing) {
-    char buffer[8];
+    // No room: nothing is written.
     memset(buffer, '#', sizeof buffer);
     EXPECT_EQ(LoadStringA(moduleHandle, knownId, buffer, 0), 0);
     EXPECT_EQ(LoadStringA(moduleHandle, knownId, buffer, -5), 0);

@@ -128,27 +128,13 @@ TEST_F(Engine, InPlaceRewriteWithAnUnreadableInputLeavesTheSourceUntouched) {
     EXPECT_EQ(readFile(dir.host("b.cir")), "keep me\n");
 }
 
-// Records the problems reported to it.
-class problemRecorder : public InternalFunctionObject {
-public:
-    bool dependencyFound(pathstring&, bool, bool) override { return true; }
-    bool acceptsItem(fileItem*) override { return true; }
-    bool reportProblem(const KVE_callBackAction& action, const char* detail, fileItem*) override {
-        problems.push_back(action.value());
-        details.push_back(detail ? detail : "(null)");
-        return false;
-    }
-    std::vector<int> problems;
-    std::vector<std::string> details;
-};
-
 TEST_F(Engine, OutputThatCannotBeOpenedIsReportedAndStillCountsAsDone) {
     open({{"a.cir", ".INC x.inc\n"}});
-    problemRecorder op;
+    RecordingOperation op;
     EXPECT_TRUE(item("a.cir")->rewriteFile(nullptr, pathstring(dir.engine("a.cir").c_str()),
                                            pathstring(dir.engine("no/such/dir/a.cir").c_str()), op));
     EXPECT_EQ(op.problems, std::vector<int>{KVE_callBackAction::CannotWriteFile});
-    EXPECT_EQ(op.details, std::vector<std::string>{"(null)"});
+    EXPECT_EQ(op.problemDetails, std::vector<std::string>{"(null)"});
     EXPECT_EQ(readFile(dir.host("a.cir")), ".INC x.inc\n");
 }
 
@@ -168,13 +154,13 @@ TEST_F(Engine, UnreadableFileCountsAsScannedWithNoDependencies) {
     open({{"a.cir", ".INC x.inc\n"}});
     DesignFileItem* a = item("a.cir");
     unlink(dir.host("a.cir").c_str());
-    recordingClient client;
+    RecordingClient client;
     EXPECT_TRUE(a->getFileDependencies(&client).empty());
-    EXPECT_EQ(client.actions, std::vector<int>{KVE_callBackAction::CannotReadFile});
+    EXPECT_EQ(client.actions(), std::vector<int>{KVE_callBackAction::CannotReadFile});
     EXPECT_TRUE(a->isScanCurrent());
     EXPECT_FALSE(a->getScanStamp().isZero());
     a->getFileDependencies(&client);
-    EXPECT_EQ(client.actions.size(), 1u) << "not scanned again until it changes";
+    EXPECT_EQ(client.seen.size(), 1u) << "not scanned again until it changes";
 }
 
 TEST_F(Engine, EmptyFileGivesEmptyListsAndAStamp) {
@@ -364,17 +350,6 @@ TEST_F(Engine, ChildrenQuestions) {
 
 // --- The scan's fast path ----------------------------------------------------
 
-// Records the paths as reported, leaving them as they are.
-class pathRecorder : public InternalFunctionObject {
-public:
-    bool dependencyFound(pathstring& path, bool, bool) override {
-        found.push_back(path);
-        return true;
-    }
-    bool acceptsItem(fileItem*) override { return true; }
-    std::vector<std::string> found;
-};
-
 // A scan passes over lines by searching for the first character of a
 // directive; a rewrite reads every piece. Pieces of long lines, lines that
 // straddle the reader's blocks and dots inside lines must come out the same.
@@ -391,9 +366,9 @@ TEST_F(Engine, ScanAndRewriteMeetTheSameReferences) {
     text += ".LIB last.lib";                                   // no line end at all
     open({{"a.lib", text}});
     DesignFileItem* a = item("a.lib");
-    pathRecorder scanned;
+    RecordingOperation scanned;
     a->scanFile(nullptr, scanned);
-    pathRecorder rewritten;
+    RecordingOperation rewritten;
     ASSERT_TRUE(a->rewriteFile(nullptr, pathstring(a->getFullPath()), pathstring(dir.engine("b.lib").c_str()),
                                rewritten));
     EXPECT_EQ(scanned.found, rewritten.found);

@@ -114,32 +114,33 @@ TEST_F(Formats, ModelIndexMakesUsagesOncePerPlace) {
 
 TEST_F(Formats, EmptyModelIndexAddsNothing) {
     open({{"a.cir", "* a\n"}, {"a.mif", ""}});
-    recordingClient client;
+    RecordingClient client;
     EXPECT_TRUE(item("a.cir")->getFileDependencies(&client).empty());
     EXPECT_TRUE(item("a.cir")->getUsedModels().empty());
-    EXPECT_TRUE(client.actions.empty());
+    EXPECT_TRUE(client.actions().empty());
 }
 
 TEST_F(Formats, DamagedModelIndexIsReportedOnceWithTheNameSoFar) {
     open({{"a.cir", "* a\n"}, {"a.mif", "lib=m.lib,offset=1,size=2\nlib=half.lib,offset=x\nlib=n.lib,offset=1,size=2\n"},
           {"m.lib", ""}, {"n.lib", ""}});
-    recordingClient client;
+    RecordingClient client;
     EXPECT_EQ(names(item("a.cir")->getFileDependencies(&client)), std::vector<std::string>{"m.lib"});
-    EXPECT_EQ(client.actions, std::vector<int>{KVE_callBackAction::SimulationMayBeStale});
-    EXPECT_EQ(client.details, std::vector<std::string>{"half.lib"});
+    EXPECT_EQ(client.actions(), std::vector<int>{KVE_callBackAction::SimulationMayBeStale});
+    EXPECT_EQ(client.details(), std::vector<std::string>{"half.lib"});
 }
 
 TEST_F(Formats, MissingLibrariesOfTheIndexAreReportedAndACancelEndsTheFile) {
     open({{"a.cir", "* a\n"}, {"a.mif", "lib=gone1.lib,offset=1,size=2\nlib=gone2.lib,offset=1,size=2\n"}});
-    recordingClient client;
+    RecordingClient client;
     item("a.cir")->getFileDependencies(&client);
-    EXPECT_EQ(client.details, (std::vector<std::string>{"gone1.lib", "gone2.lib"}));
+    EXPECT_EQ(client.details(), (std::vector<std::string>{"gone1.lib", "gone2.lib"}));
 
-    recordingClient cancelling;
-    cancelling.cancelOn = KVE_callBackAction::SimulationMayBeStale;
+    RecordingClient cancelling;
+    cancelling.answerFor = KVE_callBackAction::SimulationMayBeStale;
+    cancelling.answer = KVE_callBackStatus::Cancel;
     touchAndRefresh("a.cir", 1500000000);
     item("a.cir")->getFileDependencies(&cancelling);
-    EXPECT_EQ(cancelling.details, std::vector<std::string>{"gone1.lib"}) << "the scan of the file ends";
+    EXPECT_EQ(cancelling.details(), std::vector<std::string>{"gone1.lib"}) << "the scan of the file ends";
 }
 
 TEST_F(Formats, ALibraryTheSchematicNamesIsLeftToTheSchematic) {
@@ -158,7 +159,7 @@ TEST_F(Formats, ALibraryTheSchematicNamesIsLeftToTheSchematic) {
 TEST_F(Formats, ScanOperationRecordsAndReports) {
     open({{"a.cir", "* a\n"}});
     DesignFileItem* a = item("a.cir");
-    recordingClient client;
+    RecordingClient client;
     IFOscanDependencies op(&client, a);
     EXPECT_TRUE(op.isScanOnly());
     EXPECT_FALSE(op.isAborted());
@@ -176,9 +177,10 @@ TEST_F(Formats, ScanOperationRecordsAndReports) {
     EXPECT_FALSE(op.reportProblem(KVE_callBackAction::CannotFindSymbol, "R1", nullptr));
     EXPECT_FALSE(op.reportProblem(KVE_callBackAction::CannotFindSymbol, "r1", nullptr));
     op.reportAction(KVE_callBackAction::ScanningDependencies, "d", a);
-    EXPECT_EQ(client.actions,
+    EXPECT_EQ(client.actions(),
               (std::vector<int>{KVE_callBackAction::CannotFindSymbol, KVE_callBackAction::ScanningDependencies}));
-    client.cancelOn = KVE_callBackAction::CannotReadFile;
+    client.answerFor = KVE_callBackAction::CannotReadFile;
+    client.answer = KVE_callBackStatus::Cancel;
     EXPECT_TRUE(op.reportProblem(KVE_callBackAction::CannotReadFile, nullptr, a));
 }
 

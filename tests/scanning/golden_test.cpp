@@ -61,16 +61,16 @@ TEST_P(Golden, ScanAndRewriteMatchTheGoldenFiles) {
     // The scan, with the trace of the references caught.
     FILE* trace = tmpfile();
     SetTraceOutput(trace);
-    recordingClient client;
+    RecordingClient client;
     item->getFileDependencies(&client);
     fileItemList* closure = item->getDependencyClosure(&client, 0);
     SetTraceOutput(nullptr);
     std::string scan = replaceAll(contentOf(trace), root, "@ROOT@");
     fclose(trace);
     scan += describeScan(*item, root);
-    for (size_t i = 0; i < client.actions.size(); ++i)
-        scan += "report " + std::string(KVE_callBackAction(client.actions[i]).getFileString()) + " " +
-                replaceAll(client.details[i], root, "@ROOT@") + "\n";
+    for (size_t i = 0; i < client.seen.size(); ++i)
+        scan += "report " + std::string(KVE_callBackAction(client.seen[i].action).getFileString()) + " " +
+                replaceAll(client.seen[i].detail, root, "@ROOT@") + "\n";
     for (fileItem* each : *closure) scan += "closure " + replaceAll(each->getFullPath(), root, "@ROOT@") + "\n";
     delete closure;
     compareOrUpdate(std::string("scanning/") + c.format + "/scan.txt", scan, "scan result");

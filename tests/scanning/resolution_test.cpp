@@ -87,13 +87,14 @@ protected:
     // The details of the CannotFindSymbol reports, in order.
     std::vector<std::string> missing() const {
         std::vector<std::string> reported;
-        for (size_t i = 0; i < client.actions.size(); ++i)
-            if (client.actions[i] == KVE_callBackAction::CannotFindSymbol) reported.push_back(client.details[i]);
+        for (size_t i = 0; i < client.seen.size(); ++i)
+            if (client.seen[i].action == KVE_callBackAction::CannotFindSymbol)
+                reported.push_back(client.seen[i].detail);
         return reported;
     }
 
     std::unique_ptr<LibraryPathScope> scope;
-    recordingClient client;
+    RecordingClient client;
 };
 
 // --- What one scan records ---------------------------------------------------
@@ -252,9 +253,10 @@ TEST_F(Resolution, ASymbolOfTheFilesOwnLibraryIsNotLookedForInTheConfiguration) 
 TEST_F(Resolution, ACancelAtAMissingSymbolEndsTheFile) {
     open({{"top.sch", schematic("", "part 1 GHOST 0 0 h\na 0 a 0 0 0 0 hln 100 filename=later.txt\n")},
           {"later.txt", "x\n"}});
-    client.cancelOn = KVE_callBackAction::CannotFindSymbol;
+    client.answerFor = KVE_callBackAction::CannotFindSymbol;
+    client.answer = KVE_callBackStatus::Cancel;
     DesignFileItem* top = scan("top.sch");
-    EXPECT_EQ(client.actions, std::vector<int>{KVE_callBackAction::CannotFindSymbol});
+    EXPECT_EQ(client.actions(), std::vector<int>{KVE_callBackAction::CannotFindSymbol});
     EXPECT_TRUE(top->getFileDependencies(nullptr).empty()) << "nothing after the cancelled line is read";
 }
 
@@ -362,9 +364,9 @@ TEST_F(Resolution, ASymbolEntryThatCannotBeReadIsReported) {
     open({{"top.sch", schematic(kParts, "part 1 R 0 0 h\n")}, {"parts.slb", text}});
     DesignFileItem* top = scan("top.sch");
     EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
-    EXPECT_NE(std::find(client.actions.begin(), client.actions.end(),
-                        static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
-              client.actions.end());
+    const std::vector<int> actions = client.actions();
+    EXPECT_NE(std::find(actions.begin(), actions.end(), static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
+              actions.end());
 }
 
 // The disk fails while an entry is read where it stands: reported, the
@@ -381,7 +383,8 @@ TEST_F(Resolution, AnEntryWhoseReadFailsIsReportedAndReadAgainNextTime) {
     kvFaultsClear();
     EXPECT_EQ(usages(top->getUsedSymbols()), std::vector<std::string>{"R parts.slb"});
     EXPECT_TRUE(top->getUsedPackages().empty());
-    EXPECT_GE(std::count(client.actions.begin(), client.actions.end(),
+    const std::vector<int> actions = client.actions();
+    EXPECT_GE(std::count(actions.begin(), actions.end(),
                          static_cast<int>(KVE_callBackAction::ErrorReadingFile)),
               2)
         << "each use asks again";
@@ -540,7 +543,7 @@ TEST_F(Resolution, PartLinesMetAgainLeaveTheTracesOfAFullResolution) {
         std::vector<std::string> traces[2];
         for (int keep = 0; keep < 2; ++keep) {
             keepRepeatedParts(keep == 1);
-            client = recordingClient();
+            client = RecordingClient();
             open(files);
             DesignFileItem* top = scan("top.sch");
             ASSERT_TRUE(top);
@@ -550,8 +553,8 @@ TEST_F(Resolution, PartLinesMetAgainLeaveTheTracesOfAFullResolution) {
             for (const std::string& each : usedLibraryNames(*top)) t.push_back("library " + each);
             for (const std::string& each : usages(top->getUsedSymbols())) t.push_back("symbol " + each);
             for (const std::string& each : usages(top->getUsedPackages())) t.push_back("package " + each);
-            for (size_t i = 0; i < client.actions.size(); ++i)
-                t.push_back("report " + std::to_string(client.actions[i]) + " " + client.details[i]);
+            for (size_t i = 0; i < client.seen.size(); ++i)
+                t.push_back("report " + std::to_string(client.seen[i].action) + " " + client.seen[i].detail);
             t.push_back(std::string("last library ") + getScanContext().currentSymbolLibrary);
         }
         keepRepeatedParts(true);

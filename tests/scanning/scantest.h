@@ -12,6 +12,7 @@
 
 #include "operations/operation.h"
 #include "paths/pathstring.h"
+#include "support/recorders.h"
 #include "support/tempdir.h"
 #include "vocabulary/callback.h"
 #include "workspace/context.h"
@@ -35,19 +36,6 @@ public:
 private:
     std::string savedWindir;
     bool hadWindir = false;
-};
-
-// Records every action sent to it; answers Cancel to the action cancelOn.
-class recordingClient : public callBack {
-public:
-    void notify(callBackRecord& record) override {
-        actions.push_back(record.action.value());
-        details.push_back(record.detail ? record.detail : "");
-        if (record.action.value() == cancelOn) record.status = KVE_callBackStatus::Cancel;
-    }
-    std::vector<int> actions;
-    std::vector<std::string> details;
-    int cancelOn = -1;
 };
 
 // An operation of a rewrite that maps paths as a copy at IncludeLocal

@@ -226,7 +226,7 @@ TEST_F(Schematic, AnalysisAtTheEndAddsNoLibrariesButBeforeAPageItDoes) {
 TEST_F(Schematic, ALineOfThousandsOfCharactersComesOutInPieces) {
     const std::string huge = "a 0 a 0 0 0 0 hln 100 filename=" + std::string(5000, 'n') + ".sch";
     open({{"src/top.sch", head + "*page 1\n" + huge + "\npart 1 " + std::string(3000, 'R') + " 0 0 h\n"}}, "src");
-    recordingClient client;
+    RecordingClient client;
     DesignFileItem* top = item("src/top.sch");
     top->getFileDependencies(&client);
     EXPECT_EQ(top->getFileDependencies(nullptr).size(), 1u) << "the first piece names a file";
@@ -256,7 +256,7 @@ TEST_F(Schematic, BinaryJunkGivesAResult) {
         open({{"src/top.sch", junk}, {"src/parts.slb", "@INDEX\nsymloc r:r 00000000 00000020\n*symbol r\nCOMPONENT=r\n"}},
              "src");
         DesignFileItem* top = item("src/top.sch");
-        recordingClient client;
+        RecordingClient client;
         top->getFileDependencies(&client);
         ASSERT_EQ(top->getFileType().value(), KVE_fileTypeEnum::SCH);
         EXPECT_TRUE(top->isScanCurrent());

@@ -41,7 +41,7 @@ protected:
     }
 
     std::vector<std::string> found;
-    recordingClient client;
+    RecordingClient client;
 };
 
 // --- The index read back -----------------------------------------------------
@@ -149,9 +149,9 @@ TEST_F(SymbolLibrary, SymbolInsideALineIsReportedAndIndexed) {
     open({{"design/lib.slb", "@INDEX\nsymloc A 0 0\nsymloc B 0 0\n*symbol A\np 1 0 0 junk*symbol B\nd b\n"}},
          "design");
     scan("lib.slb");
-    ASSERT_EQ(client.actions.size(), 1u);
-    EXPECT_EQ(client.actions[0], KVE_callBackAction::LibraryMayBeCorrupt);
-    EXPECT_EQ(client.details[0], item("design/lib.slb")->getFullPath()) << "the library's full path";
+    ASSERT_EQ(client.seen.size(), 1u);
+    EXPECT_EQ(client.seen[0].action, KVE_callBackAction::LibraryMayBeCorrupt);
+    EXPECT_EQ(client.seen[0].detail, item("design/lib.slb")->getFullPath()) << "the library's full path";
     const std::string out = rewrite("lib.slb");
     EXPECT_EQ(out.find("junk"), std::string::npos) << out;
     expectTrueSymbolIndex(out, 2);

@@ -5,36 +5,34 @@
 // Divided into: KVE_callBackStatus, KVE_callBackAction, forming messages,
 // sending a record to a client.
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "platform/platform.h"
+#include "support/recorders.h"
 #include "vocabulary/callback.h"
 
 #include <gtest/gtest.h>
 
 // --- KVE_callBackStatus ------------------------------------------------------
 
-TEST(CallBackStatus, SingleBitsFindTheirRows) {
-    const int bits[] = {1, 2, 4, 8, 16};
+// A single bit finds its row; anything else is the invalid row, which
+// counts as valid here.
+TEST(CallBackStatus, SingleBitsFindTheirRowsAndAnythingElseTheInvalidRow) {
     const char* names[] = {"Okay", "Cancel", "Keep", "Overwrite", "Rename"};
     for (int i = 0; i < 5; ++i) {
-        KVE_callBackStatus s(bits[i]);
-        EXPECT_EQ(s.value(), bits[i]);
+        KVE_callBackStatus s(1 << i);
+        EXPECT_EQ(s.value(), 1 << i);
         EXPECT_EQ(s.getIndex(), i);
         EXPECT_STREQ(s.getFileString(), names[i]);
     }
-}
-
-TEST(CallBackStatus, AnythingButASingleBitIsTheInvalidRow) {
     for (int v : {0, -1, -16, 3, 5, 6, 24, 31, 32, 64, 1 << 30, INT32_MIN}) {
         KVE_callBackStatus s(v);
         EXPECT_EQ(s.value(), 0) << v;
         EXPECT_EQ(s.getIndex(), 5) << v;
         EXPECT_STREQ(s.getFileString(), "invalid") << v;
         EXPECT_EQ(s.getMessageID(), 1) << v;
-        EXPECT_TRUE(s.isValid()) << "the invalid row counts as valid here";
+        EXPECT_TRUE(s.isValid()) << v;
     }
     KVE_callBackStatus byDefault;
     EXPECT_EQ(byDefault.value(), 0);
@@ -148,19 +146,15 @@ TEST(CallBackAction, TheInvalidRowOffersNothing) {
 }
 
 TEST(CallBackAction, EveryMaskListsItsBitsInOrder) {
-    std::map<unsigned, int> masksSeen;
     for (int v = 0; v <= 75; ++v) {
         KVE_callBackAction a(v);
         unsigned mask = a.getValidResponses();
-        ++masksSeen[mask];
         std::vector<int> expected;
         for (int bit = 1; bit <= 16; bit <<= 1)
             if (mask & static_cast<unsigned>(bit)) expected.push_back(bit);
         EXPECT_EQ(responsesOf(a), expected) << a.getFileString();
         EXPECT_EQ(a.numberOfValidResponses(), static_cast<int>(expected.size()));
     }
-    std::map<unsigned, int> expectedMasks = {{0, 1}, {1, 55}, {3, 11}, {7, 4}, {22, 3}, {23, 1}, {30, 1}};
-    EXPECT_EQ(masksSeen, expectedMasks);
     EXPECT_EQ(KVE_callBackAction(KVE_callBackAction::FileExistsAtDestination).getValidResponses(), 30u)
         << "Cancel, Keep, Overwrite, Rename";
 }
@@ -191,9 +185,6 @@ TEST(CallBackAction, SeverityAndViewer) {
     EXPECT_FALSE(KVE_callBackAction(KVE_callBackAction::CopyingFile).sendToMessageViewer());
     EXPECT_TRUE(KVE_callBackAction(KVE_callBackAction::BeginningCopy).sendToMessageViewer());
     EXPECT_TRUE(KVE_callBackAction(KVE_callBackAction::FileExistsAtDestination).sendToMessageViewer());
-    int viewer = 0;
-    for (int v = 0; v < 75; ++v) viewer += KVE_callBackAction(v).sendToMessageViewer();
-    EXPECT_EQ(viewer, 49);
 }
 
 TEST(CallBackAction, FormatMessageKeepsItsPlaceholders) {
@@ -281,35 +272,19 @@ TEST(FormingMessages, Table) {
 
 // --- Sending a record --------------------------------------------------------
 
-namespace {
-
-// Records what it was told and answers as set.
-class recordingClient : public callBack {
-public:
-    int answer = KVE_callBackStatus::Okay;
-    std::vector<std::string> messages;
-    std::vector<int> statusSeen;
-    void notify(callBackRecord& record) override {
-        messages.push_back(record.message ? record.message : "<null>");
-        statusSeen.push_back(record.status.value());
-        record.status = answer;
-    }
-};
-
-} // namespace
-
 TEST(SendingRecords, ClientSeesTheMessageAndAnswers) {
-    recordingClient client;
+    RecordingClient client;
     callBackRecord r = fullRecord(KVE_callBackAction::FileExistsAtDestination);
     r.status = KVE_callBackStatus::Okay;
+    client.answerFor = RecordingClient::anyAction;
     client.answer = KVE_callBackStatus::Overwrite;
     EXPECT_FALSE(sendCallBackRecord(client, r));
-    ASSERT_EQ(client.messages.size(), 1u);
-    EXPECT_EQ(client.messages[0], "A file named 'dst.sch' already exists in 'Z:\\b\\'.");
-    EXPECT_EQ(client.statusSeen[0], KVE_callBackStatus::Okay);
+    ASSERT_EQ(client.seen.size(), 1u);
+    EXPECT_EQ(client.seen[0].message, "A file named 'dst.sch' already exists in 'Z:\\b\\'.");
     EXPECT_EQ(r.status.value(), KVE_callBackStatus::Overwrite);
     EXPECT_EQ(r.message, nullptr) << "the message lives during the call only";
 
+    r.status = KVE_callBackStatus::Okay;
     client.answer = KVE_callBackStatus::Cancel;
     EXPECT_TRUE(sendCallBackRecord(client, r)) << "Cancel is reported";
 }

@@ -149,31 +149,23 @@ TEST(SmallEnums, DefaultsAreNoErrorForStatusAndInvalidForTheOthers) {
 }
 
 // Any case is tried for every class above; what is left is that a prefix
-// or an extension of a file string is no match.
-TEST(SmallEnums, SetByFileStringNeedsTheWholeText) {
+// or an extension of a file string or a message is no match.
+TEST(SmallEnums, LookUpsByTextNeedTheWholeText) {
     KVE_Locality l(KVE_Locality::Local);
     l.setByFileString("Loca");
     EXPECT_EQ(l.value(), KVE_Locality::invalid);
     l.setByFileString("Localx");
     EXPECT_EQ(l.value(), KVE_Locality::invalid);
-}
-
-TEST(SmallEnums, SetByMessageStringNeedsTheWholeText) {
-    KVE_Locality l;
     l.setByMessageString("in a SUBDIRECTORY of the workspace");
     EXPECT_EQ(l.value(), KVE_Locality::Local_subdir);
     // "Local to workspace" is row 0: a prefix of it, or a longer text that
     // begins with it, must not pass.
-    l.setByMessageString("Local to");
-    EXPECT_EQ(l.value(), KVE_Locality::invalid);
-    l.setByMessageString("Local to workspace!");
-    EXPECT_EQ(l.value(), KVE_Locality::invalid);
-    l.setByMessageString("Local to workspace and more");
-    EXPECT_EQ(l.value(), KVE_Locality::invalid);
-    l.setByMessageString("");
-    EXPECT_EQ(l.value(), KVE_Locality::invalid);
-    l.setByMessageString(nullptr);
-    EXPECT_EQ(l.value(), KVE_Locality::invalid);
+    const char* const texts[] = {"Local to", "Local to workspace!", "Local to workspace and more", "", nullptr};
+    for (const char* text : texts) {
+        l = KVE_Locality::Local;
+        l.setByMessageString(text);
+        EXPECT_EQ(l.value(), KVE_Locality::invalid) << (text ? text : "null");
+    }
     KVE_localizeEnum z;
     z.setByMessageString("Include all dependencies and localize libraries");
     EXPECT_EQ(z.value(), KVE_localizeEnum::LocalizeAll);
@@ -195,7 +187,7 @@ TEST(SmallEnums, Increments) {
     EXPECT_EQ(z.value(), KVE_localizeEnum::IncludeLocal);
 }
 
-TEST(SmallEnums, ComparisonsIgnoreTheClass) {
+TEST(SmallEnums, ComparisonsIgnoreTheClassAndLocalityOrderIsTheValueOrder) {
     KVE_Locality l(2);
     KVE_localizeEnum z(2);
     EXPECT_TRUE(l == z);
@@ -205,9 +197,6 @@ TEST(SmallEnums, ComparisonsIgnoreTheClass) {
     EXPECT_TRUE(l == KVE_Locality::External);
     KVE_severityLevel s(1);
     EXPECT_TRUE(s != l);
-}
-
-TEST(SmallEnums, LocalityOrderIsTheValueOrder) {
     KVE_Locality local(KVE_Locality::Local), system(KVE_Locality::System), bad(99);
     EXPECT_TRUE(local < system);
     EXPECT_FALSE(system < local);

@@ -7,7 +7,6 @@
 // membership table.
 #include <cctype>
 #include <cstring>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -19,19 +18,14 @@
 
 // --- Categories --------------------------------------------------------------
 
-TEST(Categories, TopLevelAreTheFirstThirteen) {
+TEST(Categories, TheFirstThirteenAreTopLevelAndParentTheOthers) {
     EXPECT_FALSE(KVE_fileCategoryEnum(38).topLevel()) << "the invalid row has no parent, yet is not top-level";
     for (int v = 0; v < 38; ++v) EXPECT_EQ(KVE_fileCategoryEnum(v).topLevel(), v <= 12) << v;
+    for (int v = 13; v < 38; ++v)
+        EXPECT_TRUE(KVE_fileCategoryEnum(KVE_fileCategoryEnum::infoArray[v].parent).topLevel()) << v;
     KVE_fileCategoryEnum out;
     out.setByIndex(500);
     EXPECT_FALSE(out.topLevel());
-}
-
-TEST(Categories, ParentsAreTopLevelCategories) {
-    for (int v = 13; v < 38; ++v) {
-        int parent = KVE_fileCategoryEnum::infoArray[v].parent;
-        EXPECT_TRUE(KVE_fileCategoryEnum(parent).topLevel()) << v;
-    }
 }
 
 TEST(Categories, MessagesThatDifferFromTheFileString) {
@@ -48,21 +42,21 @@ TEST(Categories, MessagesThatDifferFromTheFileString) {
 
 // --- File types --------------------------------------------------------------
 
-TEST(FileTypes, FlagsAsTheTableSetsThem) {
-    std::map<std::string, unsigned> flagged = {
-        {"CIR", 5}, {"DO", 5}, {"DSL", 5}, {"MIF", 5}, {"NLF", 5}, {"PCA", 5}, {"PCV", 5},
-        {"SCH", 5}, {"SCV", 5}, {"LIB", 7}, {"SLB", 7}, {"FLB", 2}, {"PLB", 2}};
-    for (int v = 0; v <= 136; ++v) {
-        KVE_fileTypeEnum t(v);
-        auto it = flagged.find(t.getFileString());
-        unsigned flags = it == flagged.end() ? 0 : it->second;
-        EXPECT_EQ(t.canHaveDependencies(), (flags & 1) != 0) << t.getFileString();
-        EXPECT_EQ(t.isLibraryFile(), (flags & 2) != 0) << t.getFileString();
-        EXPECT_EQ(t.canHaveSubcategories(), (flags & 4) != 0) << t.getFileString();
+// The three flags, one type of each kind: a design file, a library that
+// has dependencies and folders, a library of nothing but symbols, and a
+// plain file.
+TEST(FileTypes, Flags) {
+    struct {
+        int type;
+        bool dependencies, library, subcategories;
+    } rows[] = {{KVE_fileTypeEnum::SCH, true, false, true}, {KVE_fileTypeEnum::LIB, true, true, true},
+                {KVE_fileTypeEnum::FLB, false, true, false}, {KVE_fileTypeEnum::USER, false, false, false}};
+    for (const auto& r : rows) {
+        KVE_fileTypeEnum t(r.type);
+        EXPECT_EQ(t.canHaveDependencies(), r.dependencies) << t.getFileString();
+        EXPECT_EQ(t.isLibraryFile(), r.library) << t.getFileString();
+        EXPECT_EQ(t.canHaveSubcategories(), r.subcategories) << t.getFileString();
     }
-    EXPECT_TRUE(KVE_fileTypeEnum(106).canHaveSubcategories());
-    EXPECT_TRUE(KVE_fileTypeEnum(42).isLibraryFile());
-    EXPECT_FALSE(KVE_fileTypeEnum(42).canHaveDependencies());
 }
 
 TEST(FileTypes, OutOfRangeTypeHasNoCategoryNoFlagsNoKey) {
@@ -148,7 +142,6 @@ TEST(FileTypes, IconIdZeroMeansTheUserFileIcon) {
 // --- The extension table -----------------------------------------------------
 
 TEST(Extensions, TableShape) {
-    EXPECT_EQ(sizeof(fileExtensionTable) / sizeof(fileExtensionTable[0]), 135u);
     std::set<int> reached;
     std::set<std::string> patterns;
     for (const fileExtensionRow& row : fileExtensionTable) {
@@ -172,7 +165,7 @@ TEST(SubCategories, RowsGroupedByTypeThenTheSentinel) {
     EXPECT_EQ(sentinel.subCategory, 38);
     EXPECT_EQ(sentinel.type, 136);
     EXPECT_EQ(sentinel.flags, 0u);
-    std::vector<int> order;
+    std::set<int> finished; // types whose rows have ended
     for (int i = 0; i < subCategoryTableSize; ++i) {
         const subCategoryRow& row = subCategoryTable[i];
         EXPECT_GE(row.subCategory, 16) << i;
@@ -181,10 +174,9 @@ TEST(SubCategories, RowsGroupedByTypeThenTheSentinel) {
         EXPECT_NE(row.subCategory, 36) << "no file shows the model libraries' System Files";
         EXPECT_LE(row.flags, 2u) << i;
         EXPECT_TRUE(KVE_fileTypeEnum(row.type).canHaveSubcategories()) << i;
-        if (order.empty() || order.back() != row.type) order.push_back(row.type);
+        if (i > 0 && subCategoryTable[i - 1].type != row.type) finished.insert(subCategoryTable[i - 1].type);
+        EXPECT_EQ(finished.count(row.type), 0u) << "each type's rows stand together, row " << i;
     }
-    std::vector<int> expected = {106, 19, 79, 62, 32, 37, 57, 68, 110};
-    EXPECT_EQ(order, expected) << "each type's rows stand together, in this order";
 }
 
 TEST(SubCategories, ParentTypeIsTheFirstRow) {
@@ -216,14 +208,6 @@ TEST(SubCategories, SystemAndOutputFolderTests) {
     EXPECT_FALSE(isOutputCategory(16, KVE_fileTypeEnum::PCA));
     EXPECT_FALSE(isSystemFileCategory(23, KVE_fileTypeEnum::SCV)) << "SCV has the flag but no rows";
     EXPECT_FALSE(isSystemFileCategory(38, 136)) << "the sentinel is no row";
-    int systemRows = 0, outputRows = 0;
-    for (int c = 0; c <= 38; ++c)
-        for (int t = 0; t <= 136; ++t) {
-            systemRows += isSystemFileCategory(c, t);
-            outputRows += isOutputCategory(c, t);
-        }
-    EXPECT_EQ(systemRows, 5);
-    EXPECT_EQ(outputRows, 8);
 }
 
 // --- The membership table ----------------------------------------------------
@@ -231,7 +215,6 @@ TEST(SubCategories, SystemAndOutputFolderTests) {
 TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
     EXPECT_EQ(membershipTable[membershipTableSize].subCategory, 38);
     EXPECT_EQ(membershipTable[membershipTableSize].type, 136);
-    std::map<int, int> perFolder;
     for (int i = 0; i < membershipTableSize; ++i) {
         const subCategoryMemberRow& row = membershipTable[i];
         ASSERT_TRUE(row.type >= 0 && row.type < 136) << i;
@@ -241,18 +224,11 @@ TEST(Membership, RowsOrderedByTypeThenTheSentinel) {
             EXPECT_TRUE(before.type < row.type || (before.type == row.type && before.subCategory < row.subCategory))
                 << "row " << i;
         }
-        ++perFolder[row.subCategory];
     }
-    std::map<int, int> expected = {{16, 2},  {17, 5}, {18, 10}, {23, 28}, {24, 5},  {25, 5},
-                                   {26, 12}, {27, 3}, {28, 3},  {29, 1},  {30, 16}, {31, 3},
-                                   {32, 2},  {33, 2}, {35, 9},  {36, 2},  {37, 3}};
-    EXPECT_EQ(perFolder, expected);
 }
 
 TEST(Membership, NetlistTypes) {
-    std::set<int> netlists = {KVE_fileTypeEnum::ALT, KVE_fileTypeEnum::CDI, KVE_fileTypeEnum::EDF,
-                              KVE_fileTypeEnum::NLF, KVE_fileTypeEnum::BRK, KVE_fileTypeEnum::PAD,
-                              KVE_fileTypeEnum::PRO, KVE_fileTypeEnum::TAN, KVE_fileTypeEnum::UPL,
-                              KVE_fileTypeEnum::XNF};
-    for (int t = -2; t <= 140; ++t) EXPECT_EQ(isNetlistTypeValue(t), netlists.count(t) == 1) << t;
+    for (int t : {KVE_fileTypeEnum::EDF, KVE_fileTypeEnum::XNF}) EXPECT_TRUE(isNetlistTypeValue(t)) << t;
+    for (int t : {-2, -1, int(KVE_fileTypeEnum::NET), int(KVE_fileTypeEnum::SCH), 136, 140})
+        EXPECT_FALSE(isNetlistTypeValue(t)) << t;
 }

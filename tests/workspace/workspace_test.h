@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <memory>
 #include <string>
 #include <utility>
@@ -50,6 +52,33 @@ inline std::vector<std::string> fullPaths(fileItemList* list) {
 inline std::string typeOf(workspace& ws, const std::string& enginePath) {
     fileItem* item = ws.findItem(enginePath.c_str());
     return item ? item->getFileType().getFileString() : "none";
+}
+
+// Checks the item list of ws: strictly in item order, each item found again
+// by its path in upper case, and each listing by type equal to the list
+// filtered by that type, in list order. Returns the items as "name:TYPE".
+inline std::vector<std::string> checkedItems(DesignWorkspace& ws, const std::string& when = "") {
+    std::vector<std::string> names;
+    DesignFileItem* previous = nullptr;
+    for (fileItem* each : ws.getFileItems()) {
+        DesignFileItem* item = static_cast<DesignFileItem*>(each);
+        if (previous) {
+            EXPECT_LT(previous->compareItems(item), 0)
+                << previous->getFullPath() << " / " << item->getFullPath() << when;
+        }
+        std::string upper = item->getFullPath();
+        std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
+        EXPECT_EQ(ws.findItem(upper.c_str()), item) << upper << when;
+        names.push_back(std::string(item->getBaseName()) + ":" + item->getFileType().getFileString());
+        previous = item;
+    }
+    for (int type = 0; type <= KVE_fileTypeEnum::invalid; ++type) {
+        std::vector<std::string> filtered;
+        for (fileItem* item : ws.getFileItems())
+            if (item->getFileType() == type) filtered.push_back(item->getFullPath());
+        EXPECT_EQ(fullPaths(ws.getTypeItems(type)), filtered) << "type " << type << when;
+    }
+    return names;
 }
 
 // Sets the last write time of a host file, in seconds since 1970.
